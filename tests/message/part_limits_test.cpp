@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "foundation/translate.h"
+#include "message/character_set.h"
+#include "message/part.h"
+#include "support/mail_text.h"
+#include "support/tree_outline.h"
+
+namespace {
+
+using namespace replay::internet::message2;
+using std::string;
+using test_support::depth_of;
+using test_support::outline;
+
+TEST(part_limits, depth) {
+    const struct {
+        const char* name;
+        string (*nested)(unsigned levels);
+    } rows[] = {
+        {"boundaries", test_support::nested_multiparts},
+        {"attached messages", test_support::nested_messages},
+        {"attached messages by name", test_support::nested_promotions},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(depth_of(part(row.nested(64))), 64U);
+        EXPECT_EQ(depth_of(part(row.nested(1), 63)), 1U);
+        EXPECT_THROW(part(row.nested(1), 64), depth_limit);
+        EXPECT_THROW(part(row.nested(20'000)), depth_limit);
+        try {
+            part(row.nested(65));
+            FAIL() << "no exception";
+        } catch (const depth_limit& caught) {
+            EXPECT_STREQ(caught.what(), "message2[MIME tree depth exceeded]");
+        }
+    }
+}
+
+TEST(part_limits, a_part_of_the_greatest_depth_may_be_anything_but_hold_others) {
+    EXPECT_EQ(part("Content-Type: multipart/mixed; boundary=B\n\nx", 64).body, "x\r\n");
+    EXPECT_THROW(part("Content-Type: multipart/mixed; boundary=B\n\nx\n--B", 64), depth_limit);
+    EXPECT_TRUE(part("Content-Type: message/rfc822", 64).children.empty());
+    EXPECT_THROW(part("Content-Type: message/rfc822\n", 64), depth_limit);
+}
+
+TEST(part_limits, uuencoded_files_stand_at_any_depth) {
+    const string file = "\nbegin 6 a\n#86)C\nend\n";
+    EXPECT_EQ(depth_of(part(test_support::nested_multiparts(64) + file)), 65U);
+}
+
+TEST(part_limits, the_first_fault_in_the_text_is_thrown) {
+    const string head = "Content-Type: multipart/mixed; boundary=B\n\n--B\n";
+    const string promoted = "Content-Type: application/octet-stream; name=x.eml\n\n";
+    const string broken_type = "Content-Type: =?utf-8?Q?a=zz?=\n";
+    const string too_deep = test_support::nested_messages(64);
+    using replay::coding::translate::invalid_codeword;
+    EXPECT_THROW(part(head + broken_type + "--B\n" + too_deep), invalid_codeword);
+    EXPECT_THROW(part(head + promoted + broken_type + "--B\n" + too_deep), invalid_codeword);
+    EXPECT_THROW(part(head + promoted + too_deep + "\n--B\n" + broken_type), depth_limit);
+    EXPECT_THROW(part(head + too_deep + "\n--B\n" + promoted + broken_type), depth_limit);
+}
+
+TEST(part_limits, number_of_parts) {
+    const string head = "Content-Type: multipart/mixed; boundary=B\n\n";
+    string children;
+    for (std::size_t i = 1; i < most_parts; ++i) children += "--B\n";
+    part at_limit(head + children + "--B\n\nlast");
+    EXPECT_EQ(at_limit.children.size(), most_parts);
+    EXPECT_EQ(at_limit.children.back().body, "last\r\n");
+
+    part over_limit(head + children + "--B\n\nlast\n--B\n\nmore");
+    EXPECT_EQ(over_limit.children.size(), most_parts);
+    EXPECT_EQ(over_limit.children.back().body.substr(0, 6), "last\r\n");
+    EXPECT_NE(over_limit.children.back().body.find("more\r\n"), string::npos);
+}
+
+// True when the text was read, false when it was given up for one of the reasons that a reader may
+// give.
+bool holds_together(const string& text) {
+    try {
+        part read(text);
+        const std::size_t count = test_support::count_parts(read);
+        EXPECT_LE(depth_of(read), most_depth + 1);  // one more for uuencoded files
+        part_map map;
+        read.flatten(map, false);
+        EXPECT_EQ(map.size(), count);
+        EXPECT_EQ(outline(part(test_support::split_slowly(text, true)),
+                          test_support::outline_detail::with_headers),
+                  outline(read, test_support::outline_detail::with_headers));
+        const part again(test_support::written(read));
+        const string once_more = test_support::written(again);
+        EXPECT_FALSE(once_more.empty());
+        return true;
+    } catch (const depth_limit&) {
+    } catch (const replay::unicode::generic&) {
+    } catch (const replay::coding::translate::invalid_codeword&) {
+    }
+    return false;
+}
+
+TEST(part_limits, cut_short_at_every_length) {
+    string text = test_support::mail(R"(
+Content-Type: multipart/mixed;
+	boundary="B"
+
+pre
+--B
+Content-Type: text/plain; charset=utf-8
+Content-Transfer-Encoding: quoted-printable
+
+a=C3=A9=
+b
+--B
+Content-Type: application/octet-stream; name="=?utf-8?Q?x=2Eeml?="
+Content-Transfer-Encoding: base64
+
+QTogYgoKeA==
+--B
+Content-Type: message/rfc822
+
+begin 644 a.txt
+#86)C
+end
+
+begin 644 b.txt
+#86)C
+end
+--B--
+)");
+    for (std::size_t length = 0; length <= text.size(); ++length) {
+        EXPECT_TRUE(holds_together(text.substr(0, length))) << "length " << length;
+    }
+}
+
+TEST(part_limits, examples_with_bytes_changed) {
+    std::mt19937 random(822);
+    const std::string pieces[] = {"\r",        "\n",         "\r\n\r\n", "--",
+                                  "=?",        "?=",         "\"",       ";",
+                                  "boundary=", "begin 644 ", "\nend\n",  "message/rfc822",
+                                  "\xFF",      ".eml",       "="};
+    int read = 0;
+    constexpr int rounds = 2000;
+    for (int round = 0; round < rounds; ++round) {
+        auto chosen = test_support::examples().begin();
+        std::advance(chosen, random() % test_support::examples().size());
+        string text = chosen->second;
+        for (std::size_t changes = 1 + random() % 8; changes > 0; --changes) {
+            const std::size_t at = random() % (text.size() + 1);
+            switch (random() % 3) {
+                case 0: text.insert(at, pieces[random() % std::size(pieces)]); break;
+                case 1: text.erase(at, 1 + random() % 40); break;
+                default:
+                    if (at < text.size())
+                        text[at] = static_cast<char>(text[at] ^ (1 << random() % 8));
+            }
+        }
+        read += holds_together(text) ? 1 : 0;
+        ASSERT_FALSE(HasFailure()) << "round " << round << ", " << chosen->first;
+    }
+    EXPECT_GT(read, rounds * 9 / 10);
+}
+
+}  // namespace
