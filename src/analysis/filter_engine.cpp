@@ -1,0 +1,205 @@
+#include "analysis/filter_engine.h"
+
+#include <algorithm>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "analysis/virus_notices.h"
+#include "foundation/ascii.h"
+#include "message/character_set.h"
+#include "message/header_value.h"
+
+namespace brindlemoss::analysis {
+
+namespace unicode = replay::unicode;
+using replay::internet::message2::header_type::addresses_value_type;
+using replay::internet::message2::header_type::unstructured_value_type;
+
+namespace {
+
+// Log levels: the course of a message, the details of it, a fault that is recovered from.
+constexpr int detail_level = 0;
+constexpr int course_level = 1;
+constexpr int recovered_level = 2;
+
+// The ruler behind the mode fills the head line of each message to the same width.
+constexpr std::size_t ruler_width = 98;
+
+}  // namespace
+
+bool extract_sender(const part& message, sender& found) {
+    addresses_value_type from;
+    if (!message.find_header("From", from) || from.addresses().empty()) return false;
+    found.name = from.addresses().front().name;
+    found.address = replay::ascii::to_lower(from.addresses().front().address);
+    return true;
+}
+
+bool virus_check(part& message) {
+    unstructured_value_type status;
+    if (message.find_header("X-Antivirus-Status", status) && status.value() == u"Infected") {
+        return true;
+    }
+    replay::internet::message2::part_map parts;
+    message.flatten(parts, true);
+    return std::any_of(parts.begin(), parts.end(),
+                       [](const auto& entry) { return holds_virus_notice(*entry.second.item); });
+}
+
+filter_engine& filter_engine::instance() {
+    static filter_services services;
+    static filter_engine engine(services);
+    return engine;
+}
+
+verdict filter_engine::score(part& message, occasion when) const {
+    try {
+        return judge(message, when);
+    } catch (const unicode::generic& error) {
+        if (when == occasion::first) count("Filter", "Blocked");
+        services_.log(course_level, std::string("Analysis:   ") + error.what());
+        services_.log(course_level,
+                      "Analysis:   Message contains a broken header and is likely spam");
+        return {broken_header_rating, decision::broken_header, {}};
+    } catch (const std::exception& error) {
+        services_.log(recovered_level, std::string("Exception '") + error.what() + "' in score()");
+    } catch (...) {
+        services_.log(recovered_level, "Unhandled Exception in score()");
+    }
+    return {pass_rating, decision::error, {}};
+}
+
+// The first judgement that knows the message decides. The address rules come before the domain
+// rules, allowed before denied: a word about one sender beats a word about all of a domain.
+verdict filter_engine::judge(part& message, occasion when) const {
+    if (when == occasion::first) count("Filter", "Processed");
+    log_head(when == occasion::first ? "Classify" : "Rescan", message);
+
+    if (virus_check(message)) {
+        return block(decision::virus, when, "Analysis:   Message contained a virus infection");
+    }
+
+    sender from;
+    extract_sender(message, from);
+    if (!from.address.empty()) {
+        if (services_.allowed(from.address, list_entries::addresses)) {
+            services_.increase_trust_of_recipients(message);
+            return pass(decision::allowed_address, "Analysis:   Sender address is whitelisted");
+        }
+        if (services_.denied(from.address, list_entries::addresses)) {
+            return block(decision::denied_address, when,
+                         "Analysis:   Sender address is blacklisted");
+        }
+        if (services_.allowed(from.address, list_entries::domains)) {
+            services_.increase_trust_of_recipients(message);
+            return pass(decision::allowed_domain, "Analysis:   Sender domain is whitelisted");
+        }
+        if (services_.denied(from.address, list_entries::domains)) {
+            return block(decision::denied_domain, when, "Analysis:   Sender domain is blacklisted");
+        }
+        if (services_.trusted(from.address)) {
+            services_.increase_trust(from.name, from.address);
+            services_.increase_trust_of_recipients(message);
+            return pass(decision::trusted, "Analysis:   Sender address is trusted");
+        }
+    }
+
+    int language = 0;
+    if (!services_.accept_language(message, language)) {
+        return block(
+            decision::language, when,
+            "Analysis:   Message language (" + std::to_string(language) + ") is not acceptable");
+    }
+    if (services_.offline()) {
+        services_.log(course_level, "Analysis:   Community rating is not available");
+        return pass(decision::offline,
+                    "Reason:     Windows is reporting the network layer is offline");
+    }
+
+    const std::uint16_t threshold = services_.threshold();
+    verdict reached;
+    if (when == occasion::first) {
+        if (reached.rating >= threshold) {
+            count("Filter", "Blocked");
+        } else if (!from.address.empty()) {
+            services_.increase_trust(from.name, from.address);
+        }
+    }
+    services_.log(detail_level, "Analysis:   ");
+    services_.log(course_level, "Analysis:   Overall rating is " + std::to_string(reached.rating) +
+                                    "/" + std::to_string(threshold));
+    return reached;
+}
+
+void filter_engine::report(const part& message) const {
+    try {
+        log_head("Report", message);
+        sender from;
+        if (extract_sender(message, from)) services_.remove_trust(from.address);
+        services_.enqueue_report(message);
+        count("User", "Blocked");
+    } catch (const std::exception& error) {
+        services_.log(recovered_level, std::string("Exception: ") + error.what());
+    }
+}
+
+void filter_engine::revoke(const part& message) const {
+    try {
+        log_head("Revoke", message);
+        sender from;
+        if (extract_sender(message, from)) {
+            services_.allow_address(from.name, from.address, u"Added due to Unblock");
+            services_.remove_denied_address(from.address);
+        }
+        services_.enqueue_revoke(message);
+        count("User", "Unblocked");
+    } catch (const std::exception& error) {
+        services_.log(recovered_level, std::string("Exception: ") + error.what());
+    }
+}
+
+void filter_engine::log_head(std::string_view mode, const part& message) const {
+    std::string head = "Processing Message (";
+    head.append(mode).append(") ").append(ruler_width - mode.size(), '-');
+    services_.log(course_level, head);
+
+    log_head_text("Message-ID", "Message-ID: ", message);
+    log_head_text("Date", "Date:       ", message);
+    addresses_value_type from;
+    if (message.find_header("From", from) && !from.addresses().empty()) {
+        const auto& first = from.addresses().front();
+        services_.log(course_level, "Sender:     " + unicode::from_wide(first.name, unicode::utf8) +
+                                        " <" + first.address + ">");
+    }
+    log_head_text("Subject", "Subject:    ", message);
+    if (debug_input_) {
+        message.unparse([this](std::string_view line) {
+            services_.log(detail_level, "Input: " + std::string(line));
+        });
+    }
+}
+
+void filter_engine::log_head_text(std::string_view header, std::string_view label,
+                                  const part& message) const {
+    unstructured_value_type text;
+    if (!message.find_header(header, text) || text.value().empty()) return;
+    services_.log(course_level, std::string(label) + text.value_in_codepage(unicode::utf8));
+}
+
+void filter_engine::count(std::string_view key, std::string_view value) const {
+    services_.add_to_counter(key, value, 1);
+}
+
+verdict filter_engine::pass(decision settled_by, std::string_view line) const {
+    services_.log(course_level, line);
+    return {pass_rating, settled_by, {}};
+}
+
+verdict filter_engine::block(decision settled_by, occasion when, std::string_view line) const {
+    if (when == occasion::first) count("Filter", "Blocked");
+    services_.log(course_level, line);
+    return {block_rating, settled_by, {}};
+}
+
+}  // namespace brindlemoss::analysis

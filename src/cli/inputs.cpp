@@ -1,0 +1,138 @@
+#include "cli/inputs.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "cli/console.h"
+#include "message/lines.h"
+#include "platform/file.h"
+
+namespace brindlemoss::cli {
+
+namespace fs = std::filesystem;
+using replay::internet::message2::line_reader;
+
+namespace {
+
+struct folder_listing {
+    std::vector<fs::path> files;
+    std::vector<fs::path> folders;
+};
+
+folder_listing list_folder(const fs::path& folder, std::error_code& error) {
+    folder_listing listing;
+    fs::directory_iterator entries(folder, error);
+    for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
+        std::error_code unknown_kind;
+        if (entries->is_directory(unknown_kind)) {
+            if (!entries->is_symlink(unknown_kind)) listing.folders.push_back(entries->path());
+        } else if (entries->is_regular_file(unknown_kind) &&
+                   !entries->path().filename().native().starts_with('.')) {
+            listing.files.push_back(entries->path());
+        }
+    }
+    std::sort(listing.files.begin(), listing.files.end());
+    std::sort(listing.folders.begin(), listing.folders.end());
+    return listing;
+}
+
+// Leaves only what holds delivered mail: in a Maildir the files beside "cur" and "new" are indexes,
+// and those in "tmp" are not whole.
+void reduce_maildir(folder_listing& listing) {
+    const auto has = [&](std::string_view name) {
+        return std::any_of(listing.folders.begin(), listing.folders.end(),
+                           [&](const fs::path& each) { return each.filename() == name; });
+    };
+    if (!has("cur") || !has("new")) return;
+    listing.files.clear();
+    std::erase_if(listing.folders, [](const fs::path& each) { return each.filename() == "tmp"; });
+}
+
+void walk_folder(const fs::path& top, std::vector<input>& found) {
+    std::vector<fs::path> waiting{top};
+    while (!waiting.empty()) {
+        const fs::path folder = std::move(waiting.back());
+        waiting.pop_back();
+        std::error_code error;
+        folder_listing listing = list_folder(folder, error);
+        if (error) found.push_back({folder.string(), error.message()});
+        reduce_maildir(listing);
+        for (const fs::path& file : listing.files) found.push_back({file.string(), {}});
+        waiting.insert(waiting.end(), listing.folders.rbegin(), listing.folders.rend());
+    }
+}
+
+void split_mailbox(const std::string& path, std::string_view text,
+                   const std::function<void(const raw_message&)>& take) {
+    constexpr std::string_view separator = "From ";
+    std::size_t count = 0;
+    const char* begin = nullptr;  // of the message being read
+    const char* end = nullptr;    // of what is read of it, less an empty line that comes last
+    const auto hand_over = [&] {
+        if (begin == nullptr) return;
+        const std::string name = path + "#" + std::to_string(++count);
+        take({name, {begin, static_cast<std::size_t>(end - begin)}});
+    };
+
+    bool after_empty_line = true;
+    for (line_reader lines(text, false); !lines.done();) {
+        const std::string_view line = lines.next();
+        const char* next = lines.rest().data();
+        if (after_empty_line && line.starts_with(separator)) {
+            hand_over();
+            begin = next;
+        } else if (begin == nullptr) {
+            begin = line.data();
+        }
+        after_empty_line = line.empty();
+        end = after_empty_line ? line.data() : next;
+    }
+    hand_over();
+}
+
+std::string read_input(const std::string& path) {
+    if (path != "-") return replay::platform::read_file(path);
+    const obey_interrupts obeying;
+    return replay::platform::read_descriptor(STDIN_FILENO, "standard input");
+}
+
+}  // namespace
+
+std::vector<input> find_inputs(const std::vector<std::string>& paths) {
+    std::vector<input> found;
+    for (const std::string& path : paths) {
+        std::error_code error;
+        if (path != "-" && fs::is_directory(path, error)) {
+            walk_folder(path, found);
+        } else {
+            found.push_back({path, {}});
+        }
+    }
+    return found;
+}
+
+std::string for_each_message(const input& source, file_format format,
+                             const std::function<void(const raw_message&)>& take) {
+    if (!source.error.empty()) return source.error;
+    std::string text;
+    try {
+        text = read_input(source.path);
+    } catch (const replay::platform::file_error& error) {
+        return error.code().message();
+    } catch (const std::bad_alloc&) {
+        return "too large for the memory of this machine";
+    }
+    if (format == file_format::mailbox) {
+        split_mailbox(source.path, text, take);
+    } else {
+        take({source.path, text});
+    }
+    return {};
+}
+
+}  // namespace brindlemoss::cli

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brindlemoss::cli {
+
+// One thing to read: a file, or "-" for standard input. `error` is set for what is known already
+// not to be readable.
+struct input {
+    std::string path;
+    std::string error;
+};
+
+// The inputs that PATH arguments name, in their order. A folder gives its files, sorted by name,
+// with those of its subfolders; a Maildir gives those in "new" and "cur". Left out within a folder:
+// names that begin with a dot, what is no regular file, folders behind links.
+std::vector<input> find_inputs(const std::vector<std::string>& paths);
+
+struct raw_message {
+    std::string_view name;  // the path, and in a mailbox "#" and the number of the message
+    std::string_view text;
+};
+
+enum class file_format { one_message, mailbox };
+
+// Reads an input and hands over its messages. Returns what went wrong, empty where nothing did.
+// A mailbox is split at lines that begin with "From " at its start or behind an empty line
+// (RFC 4155); those lines and the empty ones before them belong to no message.
+std::string for_each_message(const input& source, file_format format,
+                             const std::function<void(const raw_message&)>& take);
+
+}  // namespace brindlemoss::cli

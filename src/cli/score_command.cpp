@@ -1,0 +1,131 @@
+#include "cli/score_command.h"
+
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+
+#include "analysis/filter_engine.h"
+#include "cli/console.h"
+#include "cli/inputs.h"
+#include "cli/json_writer.h"
+#include "cli/ordered_work.h"
+#include "message/character_set.h"
+#include "message/part.h"
+
+namespace brindlemoss::cli {
+
+using analysis::decision;
+using analysis::filter_engine;
+using analysis::verdict;
+
+namespace {
+
+struct scored_input {
+    std::string lines;  // for standard output
+    std::string error;  // for standard error; empty: the input was read
+    bool reached_threshold = false;
+};
+
+std::string_view decision_name(decision settled_by) {
+    switch (settled_by) {
+        case decision::analysed: return "analysed";
+        case decision::virus: return "virus";
+        case decision::allowed_address: return "allowed_address";
+        case decision::denied_address: return "denied_address";
+        case decision::allowed_domain: return "allowed_domain";
+        case decision::denied_domain: return "denied_domain";
+        case decision::trusted: return "trusted";
+        case decision::language: return "language";
+        case decision::offline: return "offline";
+        case decision::broken_header: return "broken_header";
+        case decision::error: return "error";
+    }
+    return "error";
+}
+
+// A message that cannot even be parsed is no reason to hold it back.
+verdict score_message(std::string_view raw, analysis::occasion when) {
+    try {
+        replay::internet::message2::part message(raw);
+        return filter_engine::instance().score(message, when);
+    } catch (const std::exception&) {
+        return {analysis::pass_rating, decision::error, {}};
+    }
+}
+
+std::string json_line(std::string_view name, const verdict& reached, std::uint16_t threshold) {
+    json_writer json;
+    json.begin_object().key("file").utf8(name);
+    json.key("rating").number(reached.rating).key("threshold").number(threshold);
+    json.key("class");
+    if (reached.class_name.empty()) {
+        json.null();
+    } else {
+        json.text(reached.class_name);
+    }
+    json.key("decision").utf8(decision_name(reached.settled_by));
+    for (const auto* list : {"tests", "signatures", "report"}) {
+        json.key(list).begin_array().end_array();
+    }
+    json.end_object();
+    return json.line() + "\n";
+}
+
+std::string text_line(std::string_view name, const verdict& reached) {
+    std::string what = replay::unicode::from_wide(reached.class_name, replay::unicode::utf8);
+    if (what.empty()) what.append("(").append(decision_name(reached.settled_by)).append(")");
+    std::array<char, 64> head;
+    const int size =
+        std::snprintf(head.data(), head.size(), "%3d  %-17s  ", int{reached.rating}, what.c_str());
+    return std::string(head.data(), static_cast<std::size_t>(size)) + printable(name) + "\n";
+}
+
+scored_input score_input(const input& source, const score_options& options) {
+    const auto when = options.rescan ? analysis::occasion::again : analysis::occasion::first;
+    const auto format = options.mailbox ? file_format::mailbox : file_format::one_message;
+    scored_input scored;
+    scored.error = for_each_message(source, format, [&](const raw_message& message) {
+        const verdict reached = score_message(message.text, when);
+        const std::uint16_t threshold = filter_engine::instance().threshold();
+        if (reached.rating >= threshold) scored.reached_threshold = true;
+        scored.lines += options.json ? json_line(message.name, reached, threshold)
+                                     : text_line(message.name, reached);
+    });
+    if (!scored.error.empty() && options.json) {
+        scored.lines += json_error_line(source.path, scored.error);
+    }
+    if (!scored.error.empty()) {
+        scored.error = "cannot read '" + printable(source.path) + "': " + scored.error;
+    }
+    return scored;
+}
+
+}  // namespace
+
+int run_score(const score_options& options) {
+    const std::vector<input> inputs = find_inputs(options.paths);
+    bool has_errors = false;
+    bool reached_threshold = false;
+    progress shown(inputs.size());
+    ordered_work<scored_input> work(
+        [&](std::size_t index) { return score_input(inputs[index], options); },
+        [&](scored_input scored) {
+            print(scored.lines);
+            if (!scored.error.empty()) {
+                flush_output();
+                complain(scored.error);
+                has_errors = true;
+            }
+            reached_threshold = reached_threshold || scored.reached_threshold;
+            shown.advance();
+        },
+        interrupted);
+    work.run(inputs.size(), options.jobs);
+    flush_output();
+    if (interrupted()) return exit_interrupted;
+    if (has_errors) return exit_bad_input;
+    return options.check && reached_threshold ? exit_at_threshold : exit_done;
+}
+
+}  // namespace brindlemoss::cli
