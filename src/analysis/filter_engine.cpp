@@ -4,7 +4,10 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "analysis/analysis_engine.h"
+#include "analysis/analysis_run.h"
 #include "analysis/virus_notices.h"
 #include "foundation/ascii.h"
 #include "message/character_set.h"
@@ -26,7 +29,21 @@ constexpr int recovered_level = 2;
 // The ruler behind the mode fills the head line of each message to the same width.
 constexpr std::size_t ruler_width = 98;
 
+verdict settled(std::uint16_t rating, decision settled_by) {
+    verdict reached;
+    reached.rating = rating;
+    reached.settled_by = settled_by;
+    return reached;
+}
+
 }  // namespace
+
+std::string log_text(const report_line& line) {
+    std::string text = "Analysis:   ";
+    text.append(static_cast<std::size_t>(line.depth) * 2, ' ');
+    unicode::append_bytes(line.text, unicode::utf8, text);
+    return text;
+}
 
 bool extract_sender(const part& message, sender& found) {
     addresses_value_type from;
@@ -61,13 +78,13 @@ verdict filter_engine::score(part& message, occasion when) const {
         services_.log(course_level, std::string("Analysis:   ") + error.what());
         services_.log(course_level,
                       "Analysis:   Message contains a broken header and is likely spam");
-        return {broken_header_rating, decision::broken_header, {}};
+        return settled(broken_header_rating, decision::broken_header);
     } catch (const std::exception& error) {
         services_.log(recovered_level, std::string("Exception '") + error.what() + "' in score()");
     } catch (...) {
         services_.log(recovered_level, "Unhandled Exception in score()");
     }
-    return {pass_rating, decision::error, {}};
+    return settled(pass_rating, decision::error);
 }
 
 // The first judgement that knows the message decides. The address rules come before the domain
@@ -117,19 +134,37 @@ verdict filter_engine::judge(part& message, occasion when) const {
                     "Reason:     Windows is reporting the network layer is offline");
     }
 
+    return analyse(message, when, from);
+}
+
+verdict filter_engine::analyse(part& message, occasion when, const sender& from) const {
+    analysis_run run(message);
     const std::uint16_t threshold = services_.threshold();
-    verdict reached;
+    const analysis_engine engine;
+    engine.generate(run);
+    const std::uint16_t rating = engine.evaluate(run);
+
+    // An unknown sender earns trust with each message that passes.
     if (when == occasion::first) {
-        if (reached.rating >= threshold) {
+        if (rating >= threshold) {
             count("Filter", "Blocked");
         } else if (!from.address.empty()) {
             services_.increase_trust(from.name, from.address);
         }
     }
-    services_.log(detail_level, "Analysis:   ");
-    services_.log(course_level, "Analysis:   Overall rating is " + std::to_string(reached.rating) +
-                                    "/" + std::to_string(threshold));
-    return reached;
+
+    push_line(run.report, 0, {});
+    if (services_.logs(detail_level)) {
+        for (const report_line& line : run.report) services_.log(detail_level, log_text(line));
+    }
+    services_.log(course_level, "Analysis:   Overall rating is " + std::to_string(rating) + "/" +
+                                    std::to_string(threshold));
+    return {rating,
+            decision::analysed,
+            std::move(run.class_name),
+            std::move(run.tests),
+            std::move(run.signatures),
+            std::move(run.report)};
 }
 
 void filter_engine::report(const part& message) const {
@@ -169,8 +204,10 @@ void filter_engine::log_head(std::string_view mode, const part& message) const {
     addresses_value_type from;
     if (message.find_header("From", from) && !from.addresses().empty()) {
         const auto& first = from.addresses().front();
-        services_.log(course_level, "Sender:     " + unicode::from_wide(first.name, unicode::utf8) +
-                                        " <" + first.address + ">");
+        services_.log(course_level,
+                      "Sender:     " + unicode::from_wide(first.name, unicode::utf8) + " <" +
+                          unicode::recode(first.address, unicode::byte_for_byte, unicode::utf8) +
+                          ">");
     }
     log_head_text("Subject", "Subject:    ", message);
     if (debug_input_) {
@@ -193,13 +230,13 @@ void filter_engine::count(std::string_view key, std::string_view value) const {
 
 verdict filter_engine::pass(decision settled_by, std::string_view line) const {
     services_.log(course_level, line);
-    return {pass_rating, settled_by, {}};
+    return settled(pass_rating, settled_by);
 }
 
 verdict filter_engine::block(decision settled_by, occasion when, std::string_view line) const {
     if (when == occasion::first) count("Filter", "Blocked");
     services_.log(course_level, line);
-    return {block_rating, settled_by, {}};
+    return settled(block_rating, settled_by);
 }
 
 }  // namespace brindlemoss::analysis

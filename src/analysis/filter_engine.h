@@ -4,6 +4,7 @@
 #include <string>
 
 #include "analysis/filter_services.h"
+#include "analysis/record.h"
 #include "message/part.h"
 
 namespace brindlemoss::analysis {
@@ -30,7 +31,12 @@ inline constexpr std::uint16_t broken_header_rating = 70;
 struct verdict {
     std::uint16_t rating = pass_rating;  // 0 to 100
     decision settled_by = decision::analysed;
-    std::u16string class_name;  // empty when no analysis ran
+
+    // What the analysis found; all empty when none ran to its end.
+    std::u16string class_name;  // "HAM", "SPAM/TEXT" or "SPAM/IMAGE"
+    test_list tests;
+    signature_list signatures;
+    analysis::report report;
 };
 
 struct sender {
@@ -68,6 +74,7 @@ public:
 
 private:
     verdict judge(part& message, occasion when) const;
+    verdict analyse(part& message, occasion when, const sender& from) const;
     void log_head(std::string_view mode, const part& message) const;
     void log_head_text(std::string_view header, std::string_view label, const part& message) const;
     void count(std::string_view key, std::string_view value) const;
@@ -77,6 +84,9 @@ private:
     filter_services& services_;
     bool debug_input_;
 };
+
+// A line of a report as it stands in the log, in UTF-8.
+std::string log_text(const report_line& line);
 
 // The first address of "From"; false, and `found` untouched, where there is none. Throws what
 // reading the header throws.

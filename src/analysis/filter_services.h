@@ -50,8 +50,10 @@ public:
 
     virtual void add_to_counter(std::string_view, std::string_view, std::uint32_t) {}
 
-    // Levels go from 0, the most talkative, to 4; the line is UTF-8.
+    // Levels go from 0, the most talkative, to 4; the line is UTF-8. logs() tells whether anybody
+    // reads lines of a level: long reports are not put into words for nobody.
     virtual void log(int, std::string_view) {}
+    virtual bool logs(int) { return false; }
 
     static constexpr std::uint16_t default_threshold = 50;
 };

@@ -28,10 +28,11 @@ folder_listing list_folder(const fs::path& folder, std::error_code& error) {
     folder_listing listing;
     fs::directory_iterator entries(folder, error);
     for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
-        std::error_code unknown_kind;
-        if (entries->is_directory(unknown_kind)) {
-            if (!entries->is_symlink(unknown_kind)) listing.folders.push_back(entries->path());
-        } else if (entries->is_regular_file(unknown_kind) &&
+        std::error_code nowhere;  // a link that cannot be followed
+        const fs::file_status target = entries->status(nowhere);
+        if (fs::is_directory(target)) {
+            if (!entries->is_symlink()) listing.folders.push_back(entries->path());
+        } else if ((nowhere || !fs::exists(target) || fs::is_regular_file(target)) &&
                    !entries->path().filename().native().starts_with('.')) {
             listing.files.push_back(entries->path());
         }

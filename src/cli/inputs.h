@@ -16,7 +16,8 @@ struct input {
 
 // The inputs that PATH arguments name, in their order. A folder gives its files, sorted by name,
 // with those of its subfolders; a Maildir gives those in "new" and "cur". Left out within a folder:
-// names that begin with a dot, what is no regular file, folders behind links.
+// files whose names begin with a dot, what is no file but a device or the like, folders behind
+// links. A link that leads nowhere is an input like any other, to be told of.
 std::vector<input> find_inputs(const std::vector<std::string>& paths);
 
 struct raw_message {

@@ -79,6 +79,12 @@ json_writer& json_writer::number(std::int64_t value) {
     return *this;
 }
 
+json_writer& json_writer::unsigned_number(std::uint64_t value) {
+    separate();
+    line_ += std::to_string(value);
+    return *this;
+}
+
 json_writer& json_writer::boolean(bool value) {
     separate();
     line_ += value ? "true" : "false";

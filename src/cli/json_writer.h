@@ -20,6 +20,7 @@ public:
     json_writer& key(std::string_view name);
 
     json_writer& number(std::int64_t value);
+    json_writer& unsigned_number(std::uint64_t value);
     json_writer& boolean(bool value);
     json_writer& null();
     json_writer& text(std::u16string_view wide);

@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <exception>
-#include <thread>
+#include <iostream>
 
 #include "cli/console.h"
 #include "cli/parse_command.h"
@@ -20,6 +20,8 @@ CLI::App* add_score(CLI::App& program, score_options& options) {
         ->add_option("PATH", options.paths, "Files, folders (Maildir too), or - for standard input")
         ->required();
     command->add_flag("--json", options.json, "Print one JSON object a message");
+    command->add_flag("--explain", options.explain,
+                      "Print what the analysis of each message found");
     command->add_flag("--rescan", options.rescan, "Rate as messages that were rated before");
     command->add_flag("--check", options.check, "Exit with 1 if a rating reaches the threshold");
     command->add_flag("--mbox", options.mailbox,
@@ -44,6 +46,8 @@ int run(int argument_count, char** arguments) {
     program.set_version_flag("--version", BRINDLEMOSS_VERSION);
     program.require_subcommand(1);
     program.fallthrough();
+    bool json = false;
+    program.add_flag("--json", json, "Print one JSON object a line");
     std::string home;
     program.add_option("--home", home, "Keep all lasting state below this folder")
         ->envname("BRINDLEMOSS_HOME");
@@ -55,8 +59,12 @@ int run(int argument_count, char** arguments) {
     try {
         program.parse(argument_count, arguments);
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? exit_done : exit_bad_input;
+        const int code = program.exit(error) == 0 ? exit_done : exit_bad_input;
+        if (!std::cout.flush()) throw output_error("the help could not be written");
+        return code;
     }
+    score.json = score.json || json;
+    parse.json = parse.json || json;
     if (!home.empty()) ::setenv("BRINDLEMOSS_HOME", home.c_str(), 1);
     return score_command->parsed() ? run_score(score) : run_parse(parse);
 }

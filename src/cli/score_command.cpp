@@ -50,8 +50,44 @@ verdict score_message(std::string_view raw, analysis::occasion when) {
         replay::internet::message2::part message(raw);
         return filter_engine::instance().score(message, when);
     } catch (const std::exception&) {
-        return {analysis::pass_rating, decision::error, {}};
+        verdict passed;
+        passed.settled_by = decision::error;
+        return passed;
     }
+}
+
+void write_tests(const analysis::test_list& tests, json_writer& json) {
+    json.key("tests").begin_array();
+    for (const analysis::test& each : tests) {
+        json.begin_object().key("name").text(each.name).key("score").number(each.score);
+        json.key("detail").text(each.detail).end_object();
+    }
+    json.end_array();
+}
+
+void write_signatures(const analysis::signature_list& signatures, json_writer& json) {
+    json.key("signatures").begin_array();
+    for (const auto& each : signatures) {
+        json.begin_object().key("kind").text(each.kind).key("digest").text(each.digest);
+        json.key("comment").text(each.comment).key("matched").boolean(each.matched);
+        if (each.matched) {
+            json.key("id").unsigned_number(each.id);
+            json.key("state").number(each.state);
+            json.key("reports").number(each.reports).key("revokes").number(each.revokes);
+            json.key("matches").number(each.matches);
+        }
+        json.end_object();
+    }
+    json.end_array();
+}
+
+void write_report(const analysis::report& lines, json_writer& json) {
+    json.key("report").begin_array();
+    for (const analysis::report_line& each : lines) {
+        json.begin_object().key("depth").number(each.depth).key("text").text(each.text);
+        json.end_object();
+    }
+    json.end_array();
 }
 
 std::string json_line(std::string_view name, const verdict& reached, std::uint16_t threshold) {
@@ -65,9 +101,9 @@ std::string json_line(std::string_view name, const verdict& reached, std::uint16
         json.text(reached.class_name);
     }
     json.key("decision").utf8(decision_name(reached.settled_by));
-    for (const auto* list : {"tests", "signatures", "report"}) {
-        json.key(list).begin_array().end_array();
-    }
+    write_tests(reached.tests, json);
+    write_signatures(reached.signatures, json);
+    write_report(reached.report, json);
     json.end_object();
     return json.line() + "\n";
 }
@@ -81,6 +117,14 @@ std::string text_line(std::string_view name, const verdict& reached) {
     return std::string(head.data(), static_cast<std::size_t>(size)) + printable(name) + "\n";
 }
 
+std::string explanation(const verdict& reached) {
+    std::string lines;
+    for (const analysis::report_line& each : reached.report) {
+        lines.append(printable(analysis::log_text(each))).append("\n");
+    }
+    return lines;
+}
+
 scored_input score_input(const input& source, const score_options& options) {
     const auto when = options.rescan ? analysis::occasion::again : analysis::occasion::first;
     const auto format = options.mailbox ? file_format::mailbox : file_format::one_message;
@@ -91,6 +135,7 @@ scored_input score_input(const input& source, const score_options& options) {
         if (reached.rating >= threshold) scored.reached_threshold = true;
         scored.lines += options.json ? json_line(message.name, reached, threshold)
                                      : text_line(message.name, reached);
+        if (options.explain && !options.json) scored.lines += explanation(reached);
     });
     if (!scored.error.empty() && options.json) {
         scored.lines += json_error_line(source.path, scored.error);

@@ -8,6 +8,7 @@ namespace brindlemoss::cli {
 struct score_options {
     std::vector<std::string> paths;
     bool json = false;
+    bool explain = false;  // print the report of each analysis
     bool rescan = false;   // judge as one that was judged before
     bool check = false;    // tell by the exit code whether a rating reached the threshold
     bool mailbox = false;  // each file holds many messages

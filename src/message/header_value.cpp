@@ -59,6 +59,12 @@ std::string decode_q(std::string_view text) {
     return translate::quoted_printable_decode(spaced);
 }
 
+std::string_view without_outer_spaces(std::string_view text) {
+    const auto first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(' ') + 1 - first);
+}
+
 // Decodes header text; `charset` is what bytes outside encoded words are read by, and is replaced
 // by that of each encoded word for all that follows.
 class text_decoder {
@@ -68,6 +74,10 @@ public:
 
     std::u16string decode(std::string_view raw) {
         std::u16string text;
+        if (is_plain(raw)) {
+            unicode::append_wide(without_outer_spaces(raw), codepage_, text);
+            return text;
+        }
         text.reserve(raw.size());
         bool after_encoded_word = false;
         std::size_t at = 0;
@@ -94,6 +104,15 @@ public:
     }
 
 private:
+    // True where word by word gives nothing else than all at once: no word is encoded, and a space
+    // is a space wherever it stands.
+    bool is_plain(std::string_view raw) const {
+        constexpr std::int32_t iso_8859_1 = 28591;
+        const bool has_no_state = codepage_ == iso_8859_1 || codepage_ == unicode::utf8 ||
+                                  codepage_ == unicode::byte_for_byte;
+        return has_no_state && raw.find("=?") == std::string_view::npos;
+    }
+
     void take_charset(std::string_view name) {
         charset_ = name;
         codepage_ = unicode::codepage(name);

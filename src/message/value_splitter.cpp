@@ -1,17 +1,20 @@
 #include "message/value_splitter.h"
 
+#include <algorithm>
+
 namespace replay::internet::message2::header_type {
 
 bool value_splitter::next(std::string& token) {
     token.clear();
     mode current = mode::plain;
     while (!rest_.empty()) {
+        if (current == mode::plain && !token.empty()) take_ordinary_run(token);
+        if (rest_.empty()) break;
         const char byte = rest_.front();
         rest_.remove_prefix(1);
         // A "?" on an empty token is no start of an encoded word but a byte like any other.
         const bool ends_token = current == mode::plain && byte != '\\' && byte != '"' &&
-                                !(byte == '?' && !token.empty()) &&
-                                delimiters_.find(byte) != std::string_view::npos;
+                                !(byte == '?' && !token.empty()) && is_delimiter(byte);
         if (!ends_token) {
             current = take(current, byte, token);
         } else if (!token.empty()) {
@@ -19,6 +22,21 @@ bool value_splitter::next(std::string& token) {
         }
     }
     return !token.empty();
+}
+
+// Moves the bytes over that mean nothing but themselves: most of any value.
+void value_splitter::take_ordinary_run(std::string& token) {
+    const auto end = std::find_if(rest_.begin(), rest_.end(), [&](char byte) {
+        return byte == '\\' || byte == '"' || byte == '?' || is_delimiter(byte);
+    });
+    const auto size = static_cast<std::size_t>(end - rest_.begin());
+    token.append(rest_, 0, size);
+    rest_.remove_prefix(size);
+}
+
+bool value_splitter::is_delimiter(char byte) const {
+    return std::any_of(delimiters_.begin(), delimiters_.end(),
+                       [&](char delimiter) { return delimiter == byte; });
 }
 
 value_splitter::mode value_splitter::take(mode current, char byte, std::string& token) const {

@@ -24,6 +24,8 @@ public:
 private:
     enum class mode { plain, escaped, quoted, encoded_word };
 
+    void take_ordinary_run(std::string& token);
+    bool is_delimiter(char byte) const;
     mode take(mode current, char byte, std::string& token) const;
     mode take_plain(char byte, std::string& token) const;
 

@@ -1,0 +1,338 @@
+#include "analysis/plugins/tokens.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "analysis/plugins/word_table.h"
+#include "analysis/report_text.h"
+#include "foundation/ascii.h"
+#include "message/character_set.h"
+#include "message/header_value.h"
+#include "platform/character_class.h"
+
+namespace brindlemoss::analysis::plugins::text_analysis {
+namespace {
+
+namespace character_class = replay::platform::character_class;
+using replay::internet::message2::part;
+using replay::internet::message2::header_type::addresses_value_type;
+
+constexpr std::size_t most_customised_words = 3;
+constexpr std::size_t most_permutated_tokens = 3;
+
+void push_word_test(test_list& tests, std::u16string_view name, std::u16string_view word) {
+    constexpr std::int32_t score = 5;
+    std::u16string detail = u"Token: \"";
+    detail.append(word).append(u"\"");
+    push_test(tests, std::u16string(name), score, std::move(detail));
+}
+
+// What stands before the "@", those in front not counted.
+std::string_view local_part(std::string_view address) {
+    const std::size_t begin = address.find_first_not_of('@');
+    if (begin == std::string_view::npos) return {};
+    return address.substr(begin, address.find('@', begin) - begin);
+}
+
+void append_local_parts(const part& root, std::string_view header,
+                        std::vector<std::u16string>& local_parts) {
+    addresses_value_type value;
+    try {
+        root.find_header(header, value);
+    } catch (const replay::unicode::generic&) {
+        return;
+    }
+    for (const auto& record : value.addresses()) {
+        const std::string_view name = local_part(record.address);
+        if (!name.empty()) local_parts.push_back(widen(replay::ascii::to_lower(name)));
+    }
+}
+
+// Where words of a small list stand in a large one.
+class occurrence_table {
+public:
+    explicit occurrence_table(const std::vector<std::u16string>& wanted) : table_(wanted) {
+        for (std::uint32_t i = 0; i < wanted.size(); ++i) {
+            table_.add(i, table_.hash(wanted[i]));
+            lengths_ |= length_bit(wanted[i]);
+        }
+        occurrences_.resize(table_.size());
+    }
+
+    void count(const token_list& tokens) {
+        for (std::size_t i = 0; i < tokens.size(); ++i) {
+            const std::u16string_view token = tokens[i];
+            if ((lengths_ & length_bit(token)) == 0) continue;
+            const auto number = table_.find(token, table_.hash(token));
+            if (!number) continue;
+            ++occurrences_[*number].count;
+            occurrences_[*number].last = i;
+        }
+    }
+
+    // Where `word`, one of those wanted, stands if it stands nowhere else; not twice.
+    std::optional<std::size_t> take_only_one(std::u16string_view word) {
+        occurrence& found = occurrences_[*table_.find(word, table_.hash(word))];
+        if (found.count != 1) return std::nullopt;
+        found.count = 0;
+        return found.last;
+    }
+
+private:
+    struct occurrence {
+        std::size_t count = 0;
+        std::size_t last = 0;
+    };
+
+    // Most words are told apart by their length.
+    static std::uint64_t length_bit(std::u16string_view word) {
+        return std::uint64_t{1} << std::min<std::size_t>(word.size(), 63);
+    }
+
+    word_table<std::vector<std::u16string>> table_;
+    std::vector<occurrence> occurrences_;
+    std::uint64_t lengths_ = 0;
+};
+
+bool is_ascii_digit(char16_t unit) {
+    return unit >= u'0' && unit <= u'9';
+}
+
+constexpr std::size_t ascii_units = 128;
+
+constexpr std::array<char16_t, ascii_units> make_look_alikes() {
+    std::array<char16_t, ascii_units> table{};
+    for (std::size_t unit = 0; unit < table.size(); ++unit) {
+        table[unit] = static_cast<char16_t>(unit);
+    }
+    for (const auto& [unit, letter] : {
+             std::pair{u'|', u'i'},
+             {u'$', u's'},
+             {u'l', u'i'},
+             {u'0', u'o'},
+             {u'1', u'i'},
+             {u'3', u'e'},
+             {u'4', u'a'},
+             {u'7', u't'},
+             {u'8', u'b'},
+         }) {
+        table[unit] = letter;
+    }
+    return table;
+}
+
+constexpr std::array<char16_t, ascii_units> look_alikes = make_look_alikes();
+
+// The letter that a unit looks like, or itself.
+char16_t look_alike(char16_t unit) {
+    constexpr char16_t euro_sign = 0x20AC;
+    if (unit < look_alikes.size()) return look_alikes[unit];
+    return unit == euro_sign ? u'e' : unit;
+}
+
+template <class Take>
+void for_each_bit(std::uint64_t bits, Take take) {
+    for (; bits != 0; bits &= bits - 1) take(static_cast<unsigned>(std::countr_zero(bits)));
+}
+
+// A set of units in three levels of bits: adding one is a fixed cost, listing them costs their
+// number and never the whole range, so that words of any length fold in linear time.
+class unit_set {
+public:
+    void add(char16_t unit) {
+        bits_[unit >> 6] |= bit(unit);
+        words_in_use_[unit >> 12] |= bit(unit >> 6);
+        groups_in_use_ |= bit(unit >> 12);
+    }
+
+    // Writes the units in ascending order, empties the set, and gives their number.
+    std::size_t move_to(char16_t* out) {
+        const char16_t* const begin = out;
+        for_each_bit(std::exchange(groups_in_use_, 0), [&](unsigned group) {
+            for_each_bit(std::exchange(words_in_use_[group], 0), [&](unsigned word_in_group) {
+                const unsigned word = group << 6 | word_in_group;
+                for_each_bit(std::exchange(bits_[word], 0), [&](unsigned unit_in_word) {
+                    *out++ = static_cast<char16_t>(word << 6 | unit_in_word);
+                });
+            });
+        });
+        return static_cast<std::size_t>(out - begin);
+    }
+
+private:
+    static std::uint64_t bit(unsigned number) { return std::uint64_t{1} << (number & 63); }
+
+    std::array<std::uint64_t, 1024> bits_{};
+    std::array<std::uint64_t, 16> words_in_use_{};
+    std::uint64_t groups_in_use_ = 0;
+};
+
+// Gives nothing, and leaves the word as it is, where it is not all ASCII.
+std::optional<std::size_t> fold_ascii(std::span<char16_t> word) {
+    unsigned all = 0;
+    std::uint64_t low = 0;
+    std::uint64_t high = 0;
+    for (const char16_t unit : word) {
+        all |= unit;
+        const char16_t letter = look_alikes[unit % ascii_units];
+        const std::uint64_t bit = std::uint64_t{1} << (letter & 63);
+        low |= letter < 64 ? bit : 0;
+        high |= letter < 64 ? 0 : bit;
+    }
+    if (all >= ascii_units) return std::nullopt;
+    char16_t* out = word.data();
+    for_each_bit(low, [&](unsigned unit) { *out++ = static_cast<char16_t>(unit); });
+    for_each_bit(high, [&](unsigned unit) { *out++ = static_cast<char16_t>(64 + unit); });
+    return static_cast<std::size_t>(out - word.data());
+}
+
+// Long enough for compilers to make a loop of vector instructions of it.
+constexpr std::size_t block_units = 32;
+
+bool is_ascii_block(const char16_t* block) {
+    char16_t all = 0;
+    for (std::size_t i = 0; i < block_units; ++i) all = static_cast<char16_t>(all | block[i]);
+    return all < ascii_units;
+}
+
+// What character_table says of ASCII.
+void normalise_ascii_block(char16_t* block) {
+    for (std::size_t i = 0; i < block_units; ++i) {
+        const char16_t unit = block[i];
+        const bool is_upper = static_cast<char16_t>(unit - u'A') < 26;
+        const bool is_control = unit < u' ' || unit == 0x7F;
+        const char16_t lower = static_cast<char16_t>(is_upper ? unit | 0x20 : unit);
+        block[i] = is_control ? u' ' : lower;
+    }
+}
+
+}  // namespace
+
+void normalise(std::u16string& text) {
+    const auto& characters = replay::platform::characters();
+    constexpr auto blanks = character_class::space | character_class::control;
+    const std::span<char16_t> units(text);
+    for (std::size_t at = 0; at < units.size(); at += block_units) {
+        const auto block = units.subspan(at, std::min(block_units, units.size() - at));
+        if (block.size() == block_units && is_ascii_block(block.data())) {
+            normalise_ascii_block(block.data());
+            continue;
+        }
+        for (char16_t& unit : block) {
+            unit = (characters.classes(unit) & blanks) != 0 ? u' ' : characters.to_lower(unit);
+        }
+    }
+}
+
+token_list::token_list(std::u16string_view normalised) {
+    if (normalised.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw std::length_error("token_list");
+    }
+    // Room for the most words there can be, one unit and a blank each, and for one unit and one
+    // bound that are written ahead. What is never written costs no memory in a large text.
+    units_ = std::make_unique_for_overwrite<char16_t[]>(normalised.size() + 1);
+    bounds_ = std::make_unique_for_overwrite<std::uint32_t[]>(normalised.size() / 2 + 3);
+    bounds_[0] = 0;
+    read(normalised);
+}
+
+// Each unit and each bound is written, and the next one overwrites it unless it counts: where words
+// end cannot be foreseen by a processor, so a branch on it would be dear.
+void token_list::read(std::u16string_view normalised) {
+    const auto& characters = replay::platform::characters();
+    constexpr auto dropped = character_class::space | character_class::punctuation;
+    const auto is_url_scheme = [](std::u16string_view raw) {
+        return raw == u"http" || raw == u"https";
+    };
+    char16_t* const units = units_.get();
+    std::uint32_t* const bounds = bounds_.get();
+    std::size_t size = 0;
+    std::uint32_t written = 0;
+    std::size_t raw_begin = 0;  // of the word with its punctuation
+    for (std::size_t at = 0; at < normalised.size(); ++at) {
+        const char16_t unit = normalised[at];
+        const auto classes = characters.classes(unit);
+        const bool is_space = (classes & character_class::space) != 0;
+        units[written] = unit;
+        written += (classes & dropped) == 0;
+        bounds[size + 1] = written;
+        size += is_space && raw_begin != at;
+        raw_begin = is_space ? at + 1 : raw_begin;
+        if (unit == u':' && is_url_scheme(normalised.substr(raw_begin, at - raw_begin))) {
+            while (at + 1 < normalised.size() && !characters.is_space(normalised[at + 1])) ++at;
+            written = bounds[size];
+            raw_begin = at + 1;
+        }
+    }
+    bounds[size + 1] = written;
+    size += raw_begin < normalised.size();
+    size_ = size;
+}
+
+void token_list::erase(std::size_t index) {
+    const std::uint32_t length = bounds_[index + 1] - bounds_[index];
+    std::char_traits<char16_t>::move(units_.get() + bounds_[index],
+                                     units_.get() + bounds_[index + 1],
+                                     bounds_[size_] - bounds_[index + 1]);
+    for (std::size_t i = index + 1; i < size_; ++i) bounds_[i] = bounds_[i + 1] - length;
+    --size_;
+}
+
+void check_address_customisation(const part& root, token_list& tokens, test_list& tests) {
+    std::vector<std::u16string> local_parts;
+    append_local_parts(root, "To", local_parts);
+    append_local_parts(root, "CC", local_parts);
+    if (local_parts.empty()) return;
+
+    occurrence_table occurrences(local_parts);
+    occurrences.count(tokens);
+    std::vector<std::size_t> hits;
+    for (std::size_t i = 0; i < local_parts.size() && hits.size() < most_customised_words; ++i) {
+        const auto hit = occurrences.take_only_one(local_parts[i]);
+        if (!hit) continue;
+        push_word_test(tests, u"Part.Text.Address_Customization", local_parts[i]);
+        hits.push_back(*hit);
+    }
+    std::ranges::sort(hits, std::greater<>{});
+    for (const std::size_t hit : hits) tokens.erase(hit);
+}
+
+void check_permutated_tokens(const token_list& tokens, test_list& tests) {
+    const auto& characters = replay::platform::characters();
+    const std::u16string_view units = tokens.units();
+    std::size_t hits = 0;
+    // Digits are rarer than words, so it is they that are looked for.
+    std::size_t token = 0;
+    std::size_t end = 0;  // of the token
+    auto digit = std::ranges::find_if(units, is_ascii_digit);
+    while (digit != units.end()) {
+        const std::size_t position = static_cast<std::size_t>(digit - units.begin());
+        while (end <= position) end += tokens[token++].size();
+        const std::u16string_view found = tokens[token - 1];
+        if (characters.is_alpha(found.front())) {
+            push_word_test(tests, u"Part.Text.Permutated_Token", found);
+            if (++hits == most_permutated_tokens) return;
+        }
+        digit = std::find_if(units.begin() + static_cast<std::ptrdiff_t>(end), units.end(),
+                             is_ascii_digit);
+    }
+}
+
+void fold(token_list& tokens) {
+    unit_set letters;
+    tokens.rewrite([&](std::span<char16_t> word) {
+        if (const auto size = fold_ascii(word)) return *size;
+        for (const char16_t unit : word) letters.add(look_alike(unit));
+        return letters.move_to(word.data());
+    });
+}
+
+}  // namespace brindlemoss::analysis::plugins::text_analysis

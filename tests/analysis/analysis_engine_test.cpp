@@ -1,0 +1,287 @@
+#include "analysis/analysis_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "analysis/filter_engine.h"
+#include "message/part.h"
+#include "support/mail_text.h"
+#include "support/printable.h"
+#include "support/record_text.h"
+
+namespace {
+
+using namespace brindlemoss::analysis;
+using brindlemoss::community::signature_entry;
+using replay::internet::message2::part;
+using strings = std::vector<std::string>;
+
+// A message in which no plugin finds a test.
+constexpr const char* quiet_mail = "From: a@b.example\nSubject: s\n\nhello there\n";
+
+// The report as text, with "ID" in place of the addresses of parts, which no two runs share.
+strings report_texts(const report& lines) {
+    strings texts;
+    for (const report_line& line : lines) {
+        std::string text = test_support::printable(line.text);
+        for (auto at = text.find("0x"); at != std::string::npos; at = text.find("0x", at)) {
+            text.replace(at, text.find_first_not_of("0123456789abcdefx", at) - at, "ID");
+        }
+        texts.push_back(std::string(static_cast<std::size_t>(line.depth) * 2, ' ') + text);
+    }
+    return texts;
+}
+
+signature_entry matched(std::u16string kind, std::int32_t state, std::uint32_t reports,
+                        std::uint32_t revokes) {
+    static int count = 0;
+    signature_entry made(std::move(kind), u"d" + std::u16string(1, char16_t(u'a' + count++ % 26)));
+    made.matched = true;
+    made.state = state;
+    made.reports = reports;
+    made.revokes = revokes;
+    return made;
+}
+
+std::vector<std::int32_t> scores(const test_list& tests) {
+    std::vector<std::int32_t> found;
+    for (const test& each : tests) found.push_back(each.score);
+    return found;
+}
+
+struct verdict_case {
+    const char* what;
+    std::vector<std::int32_t> plugin_scores;
+    std::vector<signature_entry> signatures;
+    std::vector<std::int32_t> scores_of_signatures;
+    int rating;
+    const char16_t* class_name;
+};
+
+TEST(analysis_engine, turns_votes_into_a_rating) {
+    const auto unmatched = signature_entry(u"tbd", u"x");
+    const auto tru = [](std::uint32_t reports, std::uint32_t revokes) {
+        return matched(u"tru", 0, reports, revokes);
+    };
+    const auto tbd = [](std::uint32_t reports, std::uint32_t revokes) {
+        return matched(u"tbd", 1, reports, revokes);
+    };
+    const auto hsi = matched(u"hsi", 0, 9, 1);
+    const std::vector<signature_entry> eleven(11, tbd(1, 0));
+    const verdict_case cases[] = {
+        {"nothing", {}, {}, {}, 0, u"HAM"},
+        {"an unmatched signature", {}, {unmatched}, {}, 0, u"HAM"},
+        {"worked example", {30}, {hsi, tru(30, 0), tru(30, 0)}, {36, 50, 50}, 100, u"SPAM/TEXT"},
+        {"its second half", {30}, {hsi, tru(8, 2)}, {36, 0}, 66, u"SPAM/TEXT"},
+        {"a sending host alone", {}, {matched(u"hsi", 0, 1, 0)}, {40}, 40, u"HAM"},
+        {"a lone URL at 89 percent", {}, {tru(89, 11)}, {0}, 0, u"HAM"},
+        {"a lone URL at 90 percent", {}, {matched(u"twu", 0, 9, 1)}, {90}, 90, u"SPAM/TEXT"},
+        {"a lone block at 89 percent", {}, {tbd(89, 11)}, {89}, 89, u"SPAM/TEXT"},
+        {"a URL beside a block", {}, {tru(1, 1), tbd(1, 1)}, {25, 25}, 50, u"SPAM/TEXT"},
+        {"a URL beside an ignored block",
+         {},
+         {tru(1, 1), matched(u"tbd", 2, 1, 1)},
+         {0},
+         0,
+         u"HAM"},
+        {"three", {}, {tbd(10, 0), tbd(10, 0), tbd(10, 0)}, {33, 33, 33}, 99, u"SPAM/TEXT"},
+        {"the smallest share", {}, eleven, std::vector<std::int32_t>(11, 10), 100, u"SPAM/TEXT"},
+        {"no votes", {}, {tbd(0, 0)}, {}, 0, u"HAM"},
+        {"revokes only", {}, {tbd(0, 5)}, {0}, 0, u"HAM"},
+        {"ignored", {}, {matched(u"tbd", 2, 9, 0)}, {}, 0, u"HAM"},
+        {"whitelisted twice",
+         {30},
+         {matched(u"tbd", 3, 9, 0), matched(u"hsi", 3, 0, 0)},
+         {-100, -100},
+         0,
+         u"HAM"},
+        {"blacklisted without votes", {}, {matched(u"hsi", 4, 0, 0)}, {100}, 100, u"SPAM/TEXT"},
+        {"one below the mark", {49}, {}, {}, 49, u"HAM"},
+        {"at the mark", {50}, {}, {}, 50, u"SPAM/TEXT"},
+        {"far above", {100, 100}, {}, {}, 100, u"SPAM/TEXT"},
+        {"votes that wrap in 32 bits", {}, {tbd(42949673, 0)}, {0}, 0, u"HAM"},
+        {"votes whose sum wraps to none", {}, {tbd(0x80000000u, 0x80000000u)}, {}, 0, u"HAM"},
+    };
+    for (const verdict_case& row : cases) {
+        SCOPED_TRACE(row.what);
+        part message(quiet_mail);
+        analysis_run run(message);
+        for (const std::int32_t score : row.plugin_scores) push_test(run.tests, u"Plugin", score);
+        run.signatures.assign(row.signatures.begin(), row.signatures.end());
+        EXPECT_EQ(analysis_engine().evaluate(run), row.rating);
+        EXPECT_EQ(run.class_name, row.class_name);
+        auto expected = row.plugin_scores;
+        expected.insert(expected.end(), row.scores_of_signatures.begin(),
+                        row.scores_of_signatures.end());
+        EXPECT_EQ(scores(run.tests), expected);
+    }
+}
+
+TEST(analysis_engine, reports_what_matched_and_what_it_scored) {
+    part message(quiet_mail);
+    analysis_run run(message);
+    push_test(run.tests, u"Message.Empty", 60, u"why");
+    push_test(run.tests, u"Below", -100);
+    signature_entry known(u"longkind", u"digest");
+    known.matched = true;
+    known.id = 0x8000000000000001u;
+    known.state = -1;
+    known.reports = 3;
+    known.revokes = 1;
+    known.matches = 12;
+    run.signatures = {signature_entry(u"tbd", u"unknown"), known};
+    analysis_engine().evaluate(run);
+    EXPECT_EQ(report_texts(run.report),
+              (strings{"", "Matched Signatures:",
+                       "  longki digest -- ID: -9223372036854775807, State: -1, Reports: 3, "
+                       "Revokes: 1, Matches: 12",
+                       "", "Test Results:", "  60  Message.Empty -- why", "  -100 Below",
+                       "  75  Signature.Matched -- Signature: longki digest"}));
+}
+
+TEST(analysis_engine, class_of_pictures_counts_what_lies_below_the_logical_root) {
+    const std::string picture =
+        "Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: message/rfc822\n\n"
+        "Content-Type: image/x\n\nbytes\n--b--\n";
+    part message(picture);
+    analysis_run run(message);
+    push_test(run.tests, u"Plugin", 50);
+    analysis_engine().evaluate(run);
+    EXPECT_EQ(run.class_name, u"SPAM/IMAGE");
+}
+
+TEST(analysis_engine, report_of_parts_and_signatures) {
+    part message(
+        "Subject: s\nContent-Type: multipart/report; boundary=b\n\n"
+        "--b\n\nnote\n"
+        "--b\nContent-Type: message/rfc822; name=\"m.eml\"\n\n"
+        "Subject: inner\n\n,,hello\n--b--\n");
+    analysis_run run(message);
+    analysis_engine().generate(run);
+    EXPECT_EQ(report_texts(run.report),
+              (strings{"Message Parts:", "  multipart/report -- ID: ID, Bytes: 0",
+                       "    text/plain -- ID: ID, Bytes: 6",
+                       "    message/rfc822 \"m.eml\" -- ID: ID, Bytes: 0",
+                       "      text/plain -- ID: ID, Bytes: 9, Logical Root", "",
+                       "Text Analysis:", "  Displayable Part: ID", "", "Generated Signatures:",
+                       "  tbd jiXsSh7PfsmE+MQXi/cOmQ -- Block: \"ehio\""}));
+}
+
+TEST(analysis_engine, logical_root) {
+    const auto root_type = [](const std::string& raw) {
+        part message(raw);
+        return logical_root(message).content_type;
+    };
+    const std::string children =
+        "; boundary=b\n\n--b\nContent-Type: a/b\n\n--b\nContent-Type: message/rfc822\n\n"
+        "Content-Type: c/d\n\nx\n--b\nContent-Type: message/rfc822\n\nContent-Type: e/f\n\n--b--";
+    EXPECT_EQ(root_type("Content-Type: multipart/report" + children), "c/d");
+    EXPECT_EQ(root_type("Content-Type: multipart/mixed" + children), "multipart/mixed");
+    EXPECT_EQ(root_type("Content-Type: multipart/report; boundary=b\n\n--b\n\n--b--"),
+              "multipart/report");
+}
+
+TEST(analysis_engine, signatures_are_sorted_by_unit_and_each_stands_once) {
+    part message(quiet_mail);
+    analysis_run run(message);
+    const auto push = [&](std::u16string kind, std::u16string digest, std::u16string comment) {
+        push_signature(run.signatures, std::move(kind), std::move(digest), std::move(comment));
+    };
+    push(u"zz", u"a", u"");
+    push(u"\uFFFD", u"a", u"");
+    push(u"\xD83D\xDE00", u"a", u"");  // by units it comes before U+FFFD, by code points behind
+    push(u"a", u"b", u"first");
+    push(u"a", u"B", u"");
+    push(u"a", u"b", u"second");
+    push(u"a", u"", u"");
+    analysis_engine().generate(run);
+    std::vector<std::string> order;
+    for (const signature_entry& each : run.signatures) {
+        if (each.kind == u"tbd") continue;
+        order.push_back(test_support::printable(each.kind) + "/" +
+                        test_support::printable(each.digest) + "/" +
+                        test_support::printable(each.comment));
+    }
+    EXPECT_EQ(order, (strings{"a//", "a/B/", "a/b/first", "zz/a/",
+                              test_support::printable(std::u16string_view(u"\xD83D\xDE00")) + "/a/",
+                              test_support::printable(std::u16string_view(u"\uFFFD")) + "/a/"}));
+}
+
+struct example_case {
+    const char* file;
+    int rating;
+    decision settled_by;
+    strings tests;
+};
+
+const std::string customised = "5 Part.Text.Address_Customization -- Token: ";
+const std::string permutated = "5 Part.Text.Permutated_Token -- Token: ";
+
+TEST(analysis_engine, example_mails) {
+    const example_case cases[] = {
+        {"attached-message-by-name.eml", 0, decision::analysed, {}},
+        {"attached-message.eml", 0, decision::analysed, {}},
+        {"attachments-base64.eml", 0, decision::analysed, {}},
+        {"broken-base64-and-missing-end.eml", 5, decision::analysed, {customised + "\"karl\""}},
+        {"broken-encoded-word-bad-hex.eml", 0, decision::error, {}},
+        {"broken-encoded-word-invalid-bytes.eml", 70, decision::broken_header, {}},
+        {"broken-missing-boundary.eml",
+         20,
+         decision::analysed,
+         {"20 MIME.Displayable -- No displayable text part found in message"}},
+        {"broken-no-blank-line.eml", 0, decision::analysed, {}},
+        {"chinese-big5.eml", 0, decision::analysed, {}},
+        {"chinese-gb18030.eml", 0, decision::analysed, {}},
+        {"cyrillic-koi8-r.eml", 0, decision::analysed, {}},
+        {"delivery-report.eml", 0, decision::analysed, {}},
+        {"forged-client.eml",
+         70,
+         decision::analysed,
+         {"30 Header.Forged_X-Mailer -- Root part missing client-specific information",
+          "30 Header.Forged_Message-ID -- Extracted IP \"203.0.113.9\" not listed in any "
+          "Received: fields",
+          "10 Part.Text.Unknown_Markup_Entity -- Entity: \"starz\""}},
+        {"gtube.eml",
+         100,
+         decision::analysed,
+         {"100 Diagnostic.GTUBE -- This is a GTUBE Diagnostic Message",
+          permutated + "\"xjsc4jdbqadn1nsbn32idnengtubestandardantiubetestemailc34x\""}},
+        {"html-newsletter.eml", 5, decision::analysed, {customised + "\"reader\""}},
+        {"html-with-text-alternative.eml", 5, decision::analysed, {customised + "\"lena\""}},
+        {"japanese-iso-2022-jp.eml", 0, decision::analysed, {}},
+        {"japanese-shift-jis.eml", 0, decision::analysed, {}},
+        {"korean-euc-kr.eml", 0, decision::analysed, {}},
+        {"mbox-line-and-raw-8bit-subject.eml", 5, decision::analysed, {customised + "\"ulla\""}},
+        {"nested-multiparts-inline-image.eml", 5, decision::analysed, {customised + "\"press\""}},
+        {"plain-text-crlf.eml", 0, decision::analysed, {}},
+        {"plain-text.eml", 5, decision::analysed, {customised + "\"tom\""}},
+        {"quoted-printable-utf-8.eml", 0, decision::analysed, {}},
+        {"spam-pitch.eml",
+         20,
+         decision::analysed,
+         {customised + "\"jim\"", permutated + "\"w4tch\"", permutated + "\"v3ry\"",
+          permutated + "\"disc0unt\""}},
+        {"uuencoded-attachment.eml", 0, decision::analysed, {}},
+        {"virus-notice.eml", 100, decision::virus, {}},
+        {"virus-status-infected.eml", 100, decision::virus, {}},
+    };
+    filter_services nobody;
+    const filter_engine engine(nobody);
+    strings seen;
+    for (const example_case& row : cases) {
+        SCOPED_TRACE(row.file);
+        part message = part::load(std::string(BRINDLEMOSS_EXAMPLES) + "/" + row.file);
+        const verdict reached = engine.score(message, occasion::first);
+        EXPECT_EQ(reached.rating, row.rating);
+        EXPECT_EQ(reached.settled_by, row.settled_by);
+        EXPECT_EQ(test_support::test_texts(reached.tests), row.tests);
+        seen.push_back(row.file);
+    }
+    strings all;
+    for (const auto& [name, mail] : test_support::examples()) all.push_back(name);
+    EXPECT_EQ(seen, all);
+}
+
+}  // namespace
