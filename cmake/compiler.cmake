@@ -11,7 +11,7 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-con
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # GCC 12 sees overlaps and overflows that are not there in its own strings, once they are inlined
   # (its bugs 105651 and 105329). The sanitizer builds look for real ones.
-  add_compile_options(-Wno-restrict -Wno-stringop-overflow -Wno-array-bounds)
+  add_compile_options(-Wno-restrict -Wno-stringop-overflow -Wno-array-bounds -Wno-maybe-uninitialized)
 endif()
 add_compile_definitions(_GLIBCXX_ASSERTIONS)
 

@@ -21,5 +21,7 @@ function(brindlemoss_test_program name)
     BRINDLEMOSS_EXAMPLES="${PROJECT_SOURCE_DIR}/examples")
   target_link_libraries(${name} PRIVATE ${room_LINKS} GTest::gmock GTest::gtest_main)
   target_precompile_headers(${name} PRIVATE <gmock/gmock.h> <gtest/gtest.h> <string> <vector>)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+  # What a test keeps without saying where is kept away from the user's own.
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+    PROPERTIES ENVIRONMENT BRINDLEMOSS_HOME=${CMAKE_CURRENT_BINARY_DIR}/home/${name})
 endfunction()

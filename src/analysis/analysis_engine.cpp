@@ -154,12 +154,12 @@ std::int32_t sum_up_tests(const test_list& tests, report& lines) {
         push_line(lines, 0, {});
         push_line(lines, 0, u"Test Results:");
     }
-    std::int32_t total = 0;
+    std::uint32_t total = 0;  // wraps, as votes out of the network may make it
     for (const test& each : tests) {
         push_line(lines, 1, result_line(each));
-        total += each.score;
+        total += static_cast<std::uint32_t>(each.score);
     }
-    return total;
+    return static_cast<std::int32_t>(total);
 }
 
 std::u16string class_of(std::int32_t total, part& root) {

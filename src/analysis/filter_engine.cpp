@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <exception>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "analysis/analysis_engine.h"
 #include "analysis/analysis_run.h"
+#include "analysis/stored_services.h"
 #include "analysis/virus_notices.h"
 #include "foundation/ascii.h"
+#include "foundation/module.h"
 #include "message/character_set.h"
 #include "message/header_value.h"
 
@@ -64,10 +68,30 @@ bool virus_check(part& message) {
                        [](const auto& entry) { return holds_virus_notice(*entry.second.item); });
 }
 
+namespace {
+
+struct running_engine {
+    stored_services services{module::instance().log_of(subsystem::filter)};
+    filter_engine engine{services, wants_message_copies()};
+};
+
+std::mutex running_mutex;
+std::unique_ptr<running_engine> running;  // guarded by running_mutex
+
+void destroy_running_engine() {
+    const std::lock_guard lock(running_mutex);
+    running.reset();
+}
+
+}  // namespace
+
 filter_engine& filter_engine::instance() {
-    static filter_services services;
-    static filter_engine engine(services);
-    return engine;
+    const std::lock_guard lock(running_mutex);
+    if (!running) {
+        running = std::make_unique<running_engine>();
+        module::instance().on_unload(singleton::filter_engine, destroy_running_engine);
+    }
+    return running->engine;
 }
 
 verdict filter_engine::score(part& message, occasion when) const {
@@ -159,12 +183,13 @@ verdict filter_engine::analyse(part& message, occasion when, const sender& from)
     }
     services_.log(course_level, "Analysis:   Overall rating is " + std::to_string(rating) + "/" +
                                     std::to_string(threshold));
-    return {rating,
-            decision::analysed,
-            std::move(run.class_name),
-            std::move(run.tests),
-            std::move(run.signatures),
-            std::move(run.report)};
+    verdict reached = settled(rating, decision::analysed);
+    reached.threshold = threshold;
+    reached.class_name = std::move(run.class_name);
+    reached.tests = std::move(run.tests);
+    reached.signatures = std::move(run.signatures);
+    reached.report = std::move(run.report);
+    return reached;
 }
 
 void filter_engine::report(const part& message) const {

@@ -32,6 +32,8 @@ struct verdict {
     std::uint16_t rating = pass_rating;  // 0 to 100
     decision settled_by = decision::analysed;
 
+    std::uint16_t threshold = filter_services::default_threshold;  // in force, if it was analysed
+
     // What the analysis found; all empty when none ran to its end.
     std::u16string class_name;  // "HAM", "SPAM/TEXT" or "SPAM/IMAGE"
     test_list tests;
@@ -57,7 +59,8 @@ public:
     explicit filter_engine(filter_services& services, bool debug_input = false)
         : services_(services), debug_input_(debug_input) {}
 
-    // The engine of the process, made on first use.
+    // The engine of the process, with the user's settings and counters and the log, made on first
+    // use. Whether messages are copied to the log is settled then.
     static filter_engine& instance();
 
     // A header that cannot be converted rates 70, any other fault 0. Throws only where the services

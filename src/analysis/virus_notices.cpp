@@ -39,8 +39,7 @@ bool holds_notice(std::string_view bytes) {
 
 bool holds_notice(std::u16string_view text) {
     return std::any_of(std::begin(notices), std::end(notices), [&](std::string_view notice) {
-        return text.find(unicode::to_wide(notice, unicode::byte_for_byte)) !=
-               std::u16string_view::npos;
+        return std::search(text.begin(), text.end(), notice.begin(), notice.end()) != text.end();
     });
 }
 

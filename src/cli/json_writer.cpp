@@ -2,19 +2,16 @@
 
 #include "foundation/translate.h"
 #include "message/character_set.h"
+#include "platform/utf16.h"
 
 namespace brindlemoss::cli {
 
 namespace unicode = replay::unicode;
+using replay::platform::is_high_surrogate;
+using replay::platform::is_low_surrogate;
+using replay::platform::is_surrogate;
 
 namespace {
-
-bool is_high_surrogate(char16_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-bool is_low_surrogate(char16_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
 
 void append_escape(char16_t unit, std::string& line) {
     const std::string digits = replay::coding::translate::base16_encode(std::uint64_t{unit});
@@ -110,7 +107,7 @@ json_writer& json_writer::text(std::u16string_view wide) {
         } else if (const char escape = short_escape(unit)) {
             line_ += '\\';
             line_ += escape;
-        } else if (unit < ' ' || is_high_surrogate(unit) || is_low_surrogate(unit)) {
+        } else if (unit < ' ' || is_surrogate(unit)) {
             append_escape(unit, line_);
         } else if (unit < 0x80) {
             line_ += static_cast<char>(unit);

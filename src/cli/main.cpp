@@ -1,11 +1,17 @@
 #include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/console.h"
+#include "cli/doctor_command.h"
 #include "cli/parse_command.h"
+#include "cli/registry_command.h"
 #include "cli/score_command.h"
+#include "cli/stats_command.h"
+#include "platform/paths.h"
 
 namespace {
 
@@ -32,6 +38,73 @@ CLI::App* add_score(CLI::App& program, score_options& options) {
     return command;
 }
 
+// An action of `registry`, with the flags that all of them have.
+CLI::App* add_registry_action(CLI::App& command, registry_options& options,
+                              registry_options::action action, const char* name,
+                              const char* description) {
+    CLI::App* added = command.add_subcommand(name, description);
+    added->add_flag("--machine", options.machine, "The tree of the machine, not the user's");
+    added->add_flag("--json", options.json, "Print one JSON object");
+    added->callback([&options, action] { options.wanted = action; });
+    return added;
+}
+
+void add_registry_set(CLI::App& command, registry_options& options) {
+    CLI::App* set =
+        add_registry_action(command, options, registry_options::action::set, "set",
+                            "Write a value; its type stays as it is unless another is named");
+    set->add_option("KEY", options.key, "The key, made when missing")->required();
+    set->add_option("VALUE", options.value, "The name of the value")->required();
+    set->add_option("DATA", options.data, "A text, a number, lines of a list, hexadecimal digits");
+    set->add_option("--type", options.type, "The type of the value")
+        ->check(
+            CLI::IsMember({"text", "expandable", "binary", "integer", "multi_text", "integer64"}));
+}
+
+CLI::App* add_registry(CLI::App& program, registry_options& options) {
+    using action = registry_options::action;
+    CLI::App* command =
+        program.add_subcommand("registry", "Show and change what is kept, key by key");
+    command->require_subcommand(1);
+    command->footer("A KEY is a path such as Thresholds or Rules/Sender/Allow; \".\" is the root.");
+    command->add_flag("--machine", options.machine, "The tree of the machine, not the user's");
+    command->add_flag("--json", options.json, "Print one JSON object");
+
+    CLI::App* list = add_registry_action(*command, options, action::list, "list",
+                                         "Print the keys and values in a key");
+    list->add_option("KEY", options.key, "The key; without one the root");
+    CLI::App* get = add_registry_action(*command, options, action::get, "get",
+                                        "Print what a value holds, a list line by line");
+    get->add_option("KEY", options.key, "The key")->required();
+    get->add_option("VALUE", options.value, "The name of the value")->required();
+    add_registry_set(*command, options);
+    CLI::App* remove = add_registry_action(*command, options, action::remove, "delete",
+                                           "Delete a value, or a key with its values");
+    remove->add_option("KEY", options.key, "The key")->required();
+    remove->add_option("VALUE", options.value, "The name of the value; without one all of the key");
+    CLI::App* export_key = add_registry_action(*command, options, action::export_key, "export",
+                                               "Print a key with all below it as JSON");
+    export_key->add_option("KEY", options.key, "The key; without one the root");
+    CLI::App* import_file =
+        add_registry_action(*command, options, action::import_file, "import",
+                            "Write what was exported; what is not in the file stays");
+    import_file->add_option("FILE", options.file, "The file, or - for standard input")->required();
+    return command;
+}
+
+CLI::App* add_stats(CLI::App& program, stats_options& options) {
+    CLI::App* command = program.add_subcommand("stats", "Print the counters");
+    command->add_flag("--json", options.json, "Print one JSON object");
+    return command;
+}
+
+CLI::App* add_doctor(CLI::App& program, doctor_options& options) {
+    CLI::App* command = program.add_subcommand(
+        "doctor", "Tell where everything lies, what works and what does not");
+    command->add_flag("--json", options.json, "Print one JSON object");
+    return command;
+}
+
 CLI::App* add_parse(CLI::App& program, parse_options& options) {
     CLI::App* command = program.add_subcommand("parse", "Print the tree of parts of each message");
     command
@@ -39,6 +112,28 @@ CLI::App* add_parse(CLI::App& program, parse_options& options) {
         ->required();
     command->add_flag("--json", options.json, "Print one JSON object a message");
     return command;
+}
+
+// CLI11 takes "[a,b]" for several arguments where an option takes many. A NUL behind it, which no
+// argument can hold, keeps it whole until the option gets it.
+std::vector<std::string> kept_whole(int argument_count, char** arguments) {
+    std::vector<std::string> reversed;  // as CLI11 wants them
+    for (int index = argument_count - 1; index > 0; --index) {
+        std::string argument = arguments[index];
+        if (argument.starts_with('[') && argument.ends_with(']')) argument += '\0';
+        reversed.push_back(std::move(argument));
+    }
+    return reversed;
+}
+
+std::string without_nul(std::string argument) {
+    if (argument.ends_with('\0')) argument.pop_back();
+    return argument;
+}
+
+void take_whole_arguments(CLI::App& command) {
+    for (CLI::Option* option : command.get_options()) option->transform(without_nul);
+    for (CLI::App* subcommand : command.get_subcommands({})) take_whole_arguments(*subcommand);
 }
 
 int run(int argument_count, char** arguments) {
@@ -54,19 +149,32 @@ int run(int argument_count, char** arguments) {
 
     score_options score;
     parse_options parse;
+    registry_options registry;
+    stats_options stats;
+    doctor_options doctor;
+    doctor.version = BRINDLEMOSS_VERSION;
     const CLI::App* score_command = add_score(program, score);
+    const CLI::App* registry_command = add_registry(program, registry);
+    const CLI::App* stats_command = add_stats(program, stats);
+    const CLI::App* doctor_command = add_doctor(program, doctor);
     add_parse(program, parse);
+    take_whole_arguments(program);
     try {
-        program.parse(argument_count, arguments);
+        program.parse(kept_whole(argument_count, arguments));
     } catch (const CLI::ParseError& error) {
         const int code = program.exit(error) == 0 ? exit_done : exit_bad_input;
         if (!std::cout.flush()) throw output_error("the help could not be written");
         return code;
     }
-    score.json = score.json || json;
-    parse.json = parse.json || json;
-    if (!home.empty()) ::setenv("BRINDLEMOSS_HOME", home.c_str(), 1);
-    return score_command->parsed() ? run_score(score) : run_parse(parse);
+    for (bool* wanted : {&score.json, &parse.json, &registry.json, &stats.json, &doctor.json}) {
+        *wanted = *wanted || json;
+    }
+    if (!home.empty()) replay::platform::paths::set_home(home);
+    if (score_command->parsed()) return run_score(score);
+    if (registry_command->parsed()) return run_registry(registry);
+    if (stats_command->parsed()) return run_stats(stats);
+    if (doctor_command->parsed()) return run_doctor(doctor);
+    return run_parse(parse);
 }
 
 }  // namespace

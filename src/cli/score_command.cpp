@@ -10,6 +10,7 @@
 #include "cli/inputs.h"
 #include "cli/json_writer.h"
 #include "cli/ordered_work.h"
+#include "foundation/module.h"
 #include "message/character_set.h"
 #include "message/part.h"
 
@@ -53,6 +54,16 @@ verdict score_message(std::string_view raw, analysis::occasion when) {
         verdict passed;
         passed.settled_by = decision::error;
         return passed;
+    }
+}
+
+// What was settled without an analysis did not read the setting.
+std::uint16_t threshold_for(const verdict& reached) {
+    if (reached.settled_by == decision::analysed) return reached.threshold;
+    try {
+        return filter_engine::instance().threshold();
+    } catch (const std::exception&) {
+        return reached.threshold;
     }
 }
 
@@ -131,7 +142,7 @@ scored_input score_input(const input& source, const score_options& options) {
     scored_input scored;
     scored.error = for_each_message(source, format, [&](const raw_message& message) {
         const verdict reached = score_message(message.text, when);
-        const std::uint16_t threshold = filter_engine::instance().threshold();
+        const std::uint16_t threshold = threshold_for(reached);
         if (reached.rating >= threshold) scored.reached_threshold = true;
         scored.lines += options.json ? json_line(message.name, reached, threshold)
                                      : text_line(message.name, reached);
@@ -149,6 +160,7 @@ scored_input score_input(const input& source, const score_options& options) {
 }  // namespace
 
 int run_score(const score_options& options) {
+    module::instance().load(module::armed_by::program);
     const std::vector<input> inputs = find_inputs(options.paths);
     bool has_errors = false;
     bool reached_threshold = false;

@@ -32,8 +32,8 @@ public:
 // The root has depth 0; no part is read at a greater depth than this.
 inline constexpr unsigned most_depth = 64;
 
-// Boundary lines open no further part once a message has given this many: what follows stays in
-// the last part opened. Real mail has a few hundred at the most; without the bound a message of
+// Neither boundary lines nor uuencoded files open a further part once a message has given this
+// many: what follows stays in the last part opened. Real mail has a few hundred at the most; without the bound a message of
 // short boundary lines would cost a hundred times its size in memory.
 inline constexpr std::size_t most_parts = 50'000;
 

@@ -10,6 +10,7 @@
 #include "message/body_lines.h"
 #include "message/character_set.h"
 #include "message/header_value.h"
+#include "platform/character_class.h"
 
 namespace replay::internet::message2 {
 
@@ -31,8 +32,9 @@ void give_back(std::string& text) {
 bool ends_in(std::u16string_view name, std::string_view suffix) {
     if (name.size() < suffix.size()) return false;
     const std::u16string_view tail = name.substr(name.size() - suffix.size());
-    return std::equal(tail.begin(), tail.end(), suffix.begin(), [](char16_t unit, char byte) {
-        return unit < 128 && ascii::to_lower(static_cast<char>(unit)) == byte;
+    const platform::character_table& characters = platform::characters();
+    return std::equal(tail.begin(), tail.end(), suffix.begin(), [&](char16_t unit, char byte) {
+        return characters.to_lower(unit) == static_cast<unsigned char>(byte);
     });
 }
 

@@ -3,10 +3,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/utf16.h"
+
 namespace replay::platform {
 namespace {
 
-constexpr char16_t replacement = 0xFFFD;
 constexpr std::size_t block = 16;  // ASCII goes by so many bytes at a time
 
 using byte = unsigned char;
@@ -97,19 +98,12 @@ char16_t* decode_to(const byte* from, const byte* end, on_error mode, char16_t* 
         if (character != broken) {
             to = put(character, to);
         } else if (mode == on_error::replace) {
-            *to++ = replacement;
+            *to++ = replacement_character;
         } else {
             return nullptr;
         }
     }
     return to;
-}
-
-bool is_high_surrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-bool is_low_surrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
 }
 
 char32_t take_character(const char16_t*& from, const char16_t* end) {
@@ -152,7 +146,7 @@ char* encode_to(const char16_t* from, const char16_t* end, on_error mode, char* 
         char32_t character = take_character(from, end);
         if (character == broken) {
             if (mode == on_error::stop) return nullptr;
-            character = replacement;
+            character = replacement_character;
         }
         to = put(character, to);
     }

@@ -102,6 +102,12 @@ TEST(analysis_engine, turns_votes_into_a_rating) {
         {"at the mark", {50}, {}, {}, 50, u"SPAM/TEXT"},
         {"far above", {100, 100}, {}, {}, 100, u"SPAM/TEXT"},
         {"votes that wrap in 32 bits", {}, {tbd(42949673, 0)}, {0}, 0, u"HAM"},
+        {"scores whose sum wraps",
+         {},
+         {150, matched(u"tbd", 0, 689342251, 3605625046u)},
+         std::vector<std::int32_t>(150, 21474836),
+         0,
+         u"HAM"},
         {"votes whose sum wraps to none", {}, {tbd(0x80000000u, 0x80000000u)}, {}, 0, u"HAM"},
     };
     for (const verdict_case& row : cases) {

@@ -136,6 +136,12 @@ std::size_t url_nest::embedded() const {
 bool url_nest::enter_embedded() {
     const std::size_t found = embedded();
     if (found == nowhere) return false;
+    // What was cut behind the front as a port is no part of a URL that begins in the front.
+    const bool port_is_cut = url_.front_end != url_.rest;
+    if (found < url_.front_end && port_is_cut) {
+        url_.begin = stripper_.strip(found, url_.front_end).begin;
+        return true;
+    }
     url_ = stripper_.strip(found, url_.end);
     return true;
 }

@@ -131,8 +131,8 @@ void push_structure(const pattern& words, std::string& buffer, signature_list& s
         .append(u" Unique: ")
         .append(number_text(static_cast<long long>(words.unique())))
         .append(u" Structure: ");
-    comment.reserve(comment.size() + structure.size());
-    replay::unicode::append_wide(structure, replay::unicode::byte_for_byte, comment);
+    replay::unicode::append_wide(structure.substr(0, longest_shown_structure),
+                                 replay::unicode::byte_for_byte, comment);
     push_signature(signatures, u"tsd", digest_text(structure), std::move(comment));
 }
 

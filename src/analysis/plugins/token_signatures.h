@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "analysis/plugins/tokens.h"
 #include "analysis/record.h"
 
@@ -19,8 +21,9 @@ void push_length_curve_signatures(const token_list& folded, signature_list& sign
 // words, of those that occur more than once, and so on to more than 7 times; each only when at
 // least 8 different words and at least 10 repetitions are left.
 //
-// The pattern stands whole in the comment. Beside the comments and one pattern in bytes this
-// takes at most about 50 bytes a word.
+// The pattern stands in the comment, of a very long one the first longest_shown_structure units.
+// Beside the comments and one pattern in bytes this takes at most about 50 bytes a word.
+inline constexpr std::size_t longest_shown_structure = 1'048'576;
 void push_structure_signatures(const token_list& folded, signature_list& signatures);
 
 }  // namespace brindlemoss::analysis::plugins::text_analysis

@@ -5,25 +5,18 @@
 
 #include "message/character_set.h"
 #include "platform/character_class.h"
+#include "platform/utf16.h"
 
 namespace brindlemoss::analysis::plugins::text_analysis {
 namespace {
 
 using replay::platform::character_table;
 using replay::platform::characters;
+using replay::platform::is_high_surrogate;
+using replay::platform::is_low_surrogate;
+using replay::platform::is_surrogate;
 
-constexpr char16_t replacement = 0xFFFD;
 constexpr std::size_t nowhere = std::u16string_view::npos;
-
-bool is_surrogate(char16_t unit) {
-    return (unit & 0xF800) == 0xD800;
-}
-bool is_high_surrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-bool is_low_surrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
 
 void replace_lone_surrogates(std::u16string& text) {
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -33,7 +26,7 @@ void replace_lone_surrogates(std::u16string& text) {
         if (paired) {
             ++at;
         } else {
-            text[at] = replacement;
+            text[at] = replay::platform::replacement_character;
         }
     }
 }
@@ -104,7 +97,8 @@ private:
         const int number =
             static_cast<signed char>(*first) * 256 + static_cast<signed char>(*second);
         const auto unit = static_cast<char16_t>(number);
-        put(is_surrogate(unit) ? replacement : characters_.to_lower(unit));
+        put(is_surrogate(unit) ? replay::platform::replacement_character
+                               : characters_.to_lower(unit));
         pass(6);
     }
 

@@ -29,8 +29,7 @@ public:
     // The text must outlive the stripper.
     explicit url_stripper(std::u16string_view text) : text_(text) {}
 
-    // Strips the URL from `begin`, which must not be less than in an earlier call, to `end`, which
-    // must not be more.
+    // Strips the URL from `begin`, which must not be less than in an earlier call, to `end`.
     stripped_url strip(std::size_t begin, std::size_t end);
 
 private:

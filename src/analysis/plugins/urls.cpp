@@ -43,7 +43,9 @@ void analyse_url(std::u16string_view url, signature_list& signatures) {
             text.erase(0, embedded);
         } else {
             // What has nothing to decode has nothing further in either.
-            while (nest.enter_embedded()) push_in_front(nest.canonical_text(), found);
+            while (found.size() < most_url_signatures && nest.enter_embedded()) {
+                push_in_front(nest.canonical_text(), found);
+            }
         }
     }
     signatures.splice(signatures.end(), found);
@@ -98,6 +100,7 @@ void analyse_links(part& root, const std::vector<std::u16string>& links,
     if (links.empty()) return;
     attachment_names names(root);
     for (const std::u16string& link : links) {
+        if (signatures.size() >= most_url_signatures) return;
         if (!names.contains(link)) analyse_url(link, signatures);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,10 @@
 namespace brindlemoss::analysis::plugins::text_analysis {
 
 inline constexpr unsigned most_url_decodings = 32;
+
+// A message with as many signatures gets none for its further links, nor for URLs further out in
+// one link: their records would take many times the memory of the text.
+inline constexpr std::size_t most_url_signatures = 250'000;
 
 // Adds the signatures of the links of an HTML part, which are in lower case. A link that names an
 // attached file of the message `root` is passed over; so is the name, for the comparison, of a part

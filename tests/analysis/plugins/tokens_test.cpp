@@ -483,5 +483,19 @@ TEST(structure_signatures, eight_at_the_most) {
     EXPECT_EQ(std::set<std::string>(lines.begin(), lines.end()).size(), 1u);
 }
 
+TEST(structure_signatures, show_a_long_pattern_in_part) {
+    for (const std::size_t numbers : {524288u, 524289u}) {  // "0.1.2. ...": two units each, less one
+        std::u16string text;
+        for (std::size_t i = 0; i < numbers; ++i) text.append({char16_t(u'a' + i % 8 * 3), u' '});
+        signature_list found;
+        token_list tokens(text);
+        push_structure_signatures(tokens, found);
+        ASSERT_FALSE(found.empty());
+        const std::u16string& comment = found.front().comment;
+        const std::size_t shown = comment.size() - comment.find(u"0.1.");
+        EXPECT_EQ(shown, std::min(numbers * 2 - 1, longest_shown_structure));
+    }
+}
+
 }  // namespace
 }  // namespace brindlemoss::analysis::plugins::text_analysis

@@ -352,6 +352,8 @@ const url_case url_cases[] = {
      " com.c/%41 com.b.www/c.com/%2541 com.a"},
     {"nothing behind a port comes back", u"http://z.com/www.q@www.b.www.com:x@c.org",
      " com.www com.www.b.www com.z"},
+    {"a port that was cut does not come back", u"http:a.com/www.x@awww.b.com:p@c.com/q",
+     " com.b.www/q com.b.awww/q com.a/www.x@awww.b.com:p@c.com/q"},
     {"equal ones in a row", u"http://www.www.com/", " com.www com.www.www"},
 };
 

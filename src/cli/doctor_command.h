@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+namespace brindlemoss::cli {
+
+struct doctor_options {
+    std::string version;  // of the program
+    bool json = false;
+};
+
+// Tells where everything lies and whether it works: a line each with "ok", or with "WRONG", what
+// is and what to do about it. With json one object {"ok", "checks": [{"name", "ok", "text"}]}.
+// Makes the folders and stores that are missing, as every use does. Gives the exit code.
+int run_doctor(const doctor_options& options);
+
+}  // namespace brindlemoss::cli

@@ -1,0 +1,113 @@
+#include "platform/run_program.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <new>
+#include <utility>
+
+namespace replay::platform {
+
+namespace {
+
+constexpr std::size_t most_output = std::size_t{64} << 10;
+
+class file_actions {
+public:
+    file_actions() {
+        if (::posix_spawn_file_actions_init(&actions_) != 0) throw std::bad_alloc();
+    }
+    ~file_actions() { ::posix_spawn_file_actions_destroy(&actions_); }
+    file_actions(const file_actions&) = delete;
+    file_actions& operator=(const file_actions&) = delete;
+
+    bool open(int descriptor, const char* path, int mode) {
+        return ::posix_spawn_file_actions_addopen(&actions_, descriptor, path, mode, 0) == 0;
+    }
+    bool redirect(int from, int to) {
+        return ::posix_spawn_file_actions_adddup2(&actions_, from, to) == 0;
+    }
+    const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_;
+};
+
+class descriptor {
+public:
+    explicit descriptor(int number) : number_(number) {}
+    ~descriptor() { close(); }
+    descriptor(const descriptor&) = delete;
+    descriptor& operator=(const descriptor&) = delete;
+
+    int get() const { return number_; }
+    void close() {
+        if (number_ >= 0) ::close(number_);
+        number_ = -1;
+    }
+
+private:
+    int number_;
+};
+
+// All of it is read, lest the program wait for us; what is too much is dropped.
+std::string read_all(int from) {
+    std::string output;
+    std::array<char, 4096> piece;
+    for (;;) {
+        const ssize_t count = ::read(from, piece.data(), piece.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return output;
+        output.append(piece.data(),
+                      std::min(static_cast<std::size_t>(count), most_output - output.size()));
+    }
+}
+
+// A host may have arranged that nobody waits for its children; then there is no exit code.
+int exit_code_of(pid_t process) {
+    constexpr int unknown = 127;
+    constexpr int signal_base = 128;
+    int status = 0;
+    while (::waitpid(process, &status, 0) < 0) {
+        if (errno != EINTR) return unknown;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : signal_base + WTERMSIG(status);
+}
+
+}  // namespace
+
+std::optional<program_result> run_program(const std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
+    for (const std::string& argument : arguments) {
+        pointers.push_back(const_cast<char*>(argument.c_str()));
+    }
+    pointers.push_back(nullptr);
+
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
+    const descriptor reading(ends[0]);
+    descriptor writing(ends[1]);
+    file_actions actions;
+    if (!actions.open(STDIN_FILENO, "/dev/null", O_RDONLY) ||
+        !actions.open(STDERR_FILENO, "/dev/null", O_WRONLY) ||
+        !actions.redirect(writing.get(), STDOUT_FILENO)) {
+        return std::nullopt;
+    }
+    pid_t process = 0;
+    if (::posix_spawn(&process, pointers.front(), actions.get(), nullptr, pointers.data(),
+                      environ) != 0) {
+        return std::nullopt;
+    }
+    writing.close();
+    std::string output = read_all(reading.get());
+    return program_result{exit_code_of(process), std::move(output)};
+}
+
+}  // namespace replay::platform

@@ -1,0 +1,118 @@
+#include "platform/paths.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "platform/clock.h"
+#include "support/temporary_folder.h"
+
+namespace replay::platform {
+namespace {
+
+using test_support::temporary_folder;
+
+std::map<std::string, std::string> variables;
+
+const char* variable(const char* name) {
+    const auto found = variables.find(name);
+    return found == variables.end() ? nullptr : found->second.c_str();
+}
+
+struct places_case {
+    const char* what;
+    std::map<std::string, std::string> environment;
+    std::string home;
+    std::string data;
+    std::string state;
+};
+
+const places_case places_cases[] = {
+    {"a home folder alone",
+     {{"HOME", "/u"}},
+     "",
+     "/u/.local/share/Brindlemoss",
+     "/u/.local/state/Brindlemoss"},
+    {"folders of one's own",
+     {{"HOME", "/u"}, {"XDG_DATA_HOME", "/d/"}, {"XDG_STATE_HOME", "/s"}},
+     "",
+     "/d/Brindlemoss",
+     "/s/Brindlemoss"},
+    {"folders that are not absolute count for nothing",
+     {{"HOME", "/u"}, {"XDG_DATA_HOME", "d"}, {"XDG_STATE_HOME", ""}},
+     "",
+     "/u/.local/share/Brindlemoss",
+     "/u/.local/state/Brindlemoss"},
+    {"a home",
+     {{"HOME", "/u"}, {"BRINDLEMOSS_HOME", "/b//c/../"}},
+     "/b",
+     "/u/.local/share/Brindlemoss",
+     "/u/.local/state/Brindlemoss"},
+    {"an empty home is none",
+     {{"HOME", "/u"}, {"BRINDLEMOSS_HOME", ""}},
+     "",
+     "/u/.local/share/Brindlemoss",
+     "/u/.local/state/Brindlemoss"},
+};
+
+TEST(paths, come_from_the_environment) {
+    for (const places_case& row : places_cases) {
+        SCOPED_TRACE(row.what);
+        variables = row.environment;
+        const paths::places found = paths::places_of(variable);
+        EXPECT_EQ(found.home, row.home);
+        EXPECT_EQ(found.data, row.data);
+        EXPECT_EQ(found.state, row.state);
+    }
+}
+
+TEST(paths, are_absolute_whatever_the_environment_lacks) {
+    variables = {};
+    EXPECT_EQ(paths::places_of(variable).data.front(), '/');
+    variables = {{"BRINDLEMOSS_HOME", "here"}};
+    EXPECT_EQ(paths::places_of(variable).home, std::filesystem::current_path() / "here");
+}
+
+TEST(paths, put_everything_below_a_home_and_make_it_for_the_user_alone) {
+    const temporary_folder folder;
+    const paths::scoped_home home(folder.path("a/b/"));
+    EXPECT_EQ(paths::machine(), folder.path("a/b"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("a")));
+    EXPECT_EQ(paths::user_data(), folder.path("a/b"));
+    EXPECT_EQ(paths::user_state("Logs"), folder.path("a/b/Logs"));
+    for (const char* made : {"a", "a/b", "a/b/Logs"}) {
+        SCOPED_TRACE(made);
+        struct stat status {};
+        ASSERT_EQ(::stat(folder.path(made).c_str(), &status), 0);
+        EXPECT_TRUE(S_ISDIR(status.st_mode));
+        EXPECT_EQ(status.st_mode & 0777, 0700u);
+    }
+}
+
+TEST(paths, name_the_folder_that_cannot_be_made) {
+    const temporary_folder folder;
+    folder.file("file", "x");
+    const paths::scoped_home home(folder.path("file/home"));
+    try {
+        paths::user_state("Logs");
+        FAIL() << "nothing was thrown";
+    } catch (const paths::path_error& error) {
+        EXPECT_EQ(error.what(),
+                  "cannot make the folder " + folder.path("file") + ": Not a directory");
+    }
+}
+
+TEST(clock, stands_where_a_test_puts_it) {
+    clock::standing time(clock::time_point(std::chrono::milliseconds(86'400'999)));
+    EXPECT_EQ(clock::seconds_since_1970(), 86'400);
+    time.advance(std::chrono::milliseconds(1));
+    EXPECT_EQ(clock::seconds_since_1970(), 86'401);
+    time.set(clock::time_point(std::chrono::milliseconds(-1)));
+    EXPECT_EQ(clock::seconds_since_1970(), -1);
+}
+
+}  // namespace
+}  // namespace replay::platform

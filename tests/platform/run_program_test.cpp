@@ -1,0 +1,57 @@
+#include "platform/run_program.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/package_manager.h"
+
+namespace {
+
+using replay::platform::program_result;
+using replay::platform::run_program;
+
+struct program_case {
+    const char* what;
+    std::vector<std::string> arguments;
+    int exit_code;
+    std::string output;
+};
+
+const program_case program_cases[] = {
+    {"output", {"/bin/echo", "two words", "$HOME;ls"}, 0, "two words $HOME;ls\n"},
+    {"exit code", {"/bin/sh", "-c", "exit 7"}, 7, ""},
+    {"a signal", {"/bin/sh", "-c", "kill -TERM $$"}, 128 + 15, ""},
+    {"nothing to read, no errors shown",
+     {"/bin/sh", "-c", "cat; echo x >&2; echo end"},
+     0,
+     "end\n"},
+    {"more output than is kept",
+     {"/bin/sh", "-c", "head -c 65537 /dev/zero | tr '\\0' x"},
+     0,
+     std::string(65536, 'x')},
+};
+
+TEST(run_program, gives_exit_code_and_output) {
+    for (const program_case& row : program_cases) {
+        SCOPED_TRACE(row.what);
+        const std::optional<program_result> result = run_program(row.arguments);
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->exit_code, row.exit_code);
+        EXPECT_EQ(result->output, row.output);
+    }
+}
+
+TEST(run_program, tells_a_program_that_cannot_be_started) {
+    EXPECT_FALSE(run_program({"/bin/there is no such program"}));
+}
+
+TEST(package_manager, knows_no_package_by_a_name_that_is_none) {
+    const auto& packages = replay::platform::system_packages();
+    for (const char* const name : {"", "x", "*", "dpk*", "--help", "-y", "dpkg ", "Dpkg",
+                                   "dpkg:amd64", "../dpkg", "brindlemoss-that-nobody-made"}) {
+        SCOPED_TRACE(name);
+        EXPECT_FALSE(packages.is_installed(name));
+        EXPECT_FALSE(packages.remove(name));
+    }
+}
+
+}  // namespace
