@@ -11,8 +11,8 @@ namespace brindlemoss::component {
 // The filter as a host program calls it. Texts are 16-bit strings that hold one byte of the raw
 // message per unit. Stateless: any number of threads may call one object at a time.
 //
-// No method throws, whatever the message: a fault is logged and comes back as the neutral result, so
-// that it never stops the flow of mail. The first call opens the log and arms the crash handler.
+// No method throws, whatever the message: a fault is logged and comes back as the neutral result,
+// so that it never stops the flow of mail. The first call opens the log and arms the crash handler.
 class BRINDLEMOSS_API filter {
 public:
     // The rating of a message, from 0 (pass) to 100 (block). `orphan`: the message is judged for

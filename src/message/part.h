@@ -33,8 +33,9 @@ public:
 inline constexpr unsigned most_depth = 64;
 
 // Neither boundary lines nor uuencoded files open a further part once a message has given this
-// many: what follows stays in the last part opened. Real mail has a few hundred at the most; without the bound a message of
-// short boundary lines would cost a hundred times its size in memory.
+// many: what follows stays in the last part opened. Real mail has a few hundred at the most;
+// without the bound a message of short boundary lines would cost a hundred times its size in
+// memory.
 inline constexpr std::size_t most_parts = 50'000;
 
 // The name comes from "Content-Disposition" before "Content-Type" and may be given for parts that

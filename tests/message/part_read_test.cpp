@@ -381,7 +381,10 @@ TEST(part_read, uuencoded_files_by_name) {
         {"us-ascii", "\xE9.png", "image/png", "{E9}.png"},
         {"koi8-r", "\xC1.png", "image/png", "{430}.png"},
         {"utf-8", "\xE2\x82\xAC", "application/octet-stream", "{20AC}"},
-        {"utf-8", "a.g\xC4\xB0" "F", "image/gif", "a.g{130}F"},
+        {"utf-8",
+         "a.g\xC4\xB0"
+         "F",
+         "image/gif", "a.g{130}F"},
         {"shift_jis", "\x82\xA0.gif", "image/gif", "{3042}.gif"},
         {"shift_jis", "\x81.gif", "image/gif", "{81}.gif"},  // no text in it: byte for byte
         {"nonsense", "\x81.gif", "image/gif", "{81}.gif"},

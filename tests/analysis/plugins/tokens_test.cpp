@@ -484,7 +484,8 @@ TEST(structure_signatures, eight_at_the_most) {
 }
 
 TEST(structure_signatures, show_a_long_pattern_in_part) {
-    for (const std::size_t numbers : {524288u, 524289u}) {  // "0.1.2. ...": two units each, less one
+    for (const std::size_t numbers :
+         {524288u, 524289u}) {  // "0.1.2. ...": two units each, less one
         std::u16string text;
         for (std::size_t i = 0; i < numbers; ++i) text.append({char16_t(u'a' + i % 8 * 3), u' '});
         signature_list found;
