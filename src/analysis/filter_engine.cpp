@@ -14,6 +14,7 @@
 #include "analysis/virus_notices.h"
 #include "foundation/ascii.h"
 #include "foundation/module.h"
+#include "foundation/registry.h"
 #include "message/character_set.h"
 #include "message/header_value.h"
 
@@ -90,6 +91,7 @@ filter_engine& filter_engine::instance() {
     if (!running) {
         running = std::make_unique<running_engine>();
         module::instance().on_unload(singleton::filter_engine, destroy_running_engine);
+        module::instance().on_unload(singleton::statistics, replay::registry2::close_all);
     }
     return running->engine;
 }

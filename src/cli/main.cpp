@@ -11,6 +11,7 @@
 #include "cli/registry_command.h"
 #include "cli/score_command.h"
 #include "cli/stats_command.h"
+#include "foundation/module.h"
 #include "platform/paths.h"
 
 namespace {
@@ -182,7 +183,9 @@ int run(int argument_count, char** arguments) {
 int main(int argument_count, char** arguments) {
     catch_interrupts();
     try {
-        return run(argument_count, arguments);
+        const int code = run(argument_count, arguments);
+        brindlemoss::module::instance().unload();
+        return code;
     } catch (const output_error& error) {
         complain(std::string("cannot write to standard output: ") + error.what());
         return exit_bad_input;
