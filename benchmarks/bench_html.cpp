@@ -11,21 +11,16 @@
 
 #include "message/html_reader.h"
 #include "platform/character_class.h"
+#include "support.h"
 
 namespace {
 
+using brindlemoss::benchmarks::repeated;
 using replay::html::convert_to_text;
 using replay::html::parse;
 
 std::size_t units_of(const benchmark::State& state) {
     return static_cast<std::size_t>(state.range(0)) / sizeof(char16_t);
-}
-
-std::u16string repeated(std::u16string_view piece, std::size_t units) {
-    std::u16string text;
-    text.reserve(units + piece.size());
-    while (text.size() < units) text += piece;
-    return text;
 }
 
 std::u16string newsletter(std::size_t units) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "analysis/plugins/urls.h"
+#include "support.h"
 
 namespace {
 
@@ -19,16 +20,10 @@ using brindlemoss::analysis::plugins::text_analysis::analyse_links;
 using brindlemoss::analysis::plugins::text_analysis::most_url_decodings;
 using brindlemoss::analysis::plugins::text_analysis::reduce_url_signatures;
 using brindlemoss::analysis::plugins::text_analysis::scan_text;
+using brindlemoss::benchmarks::repeated;
 
 std::size_t units_of(const benchmark::State& state) {
     return static_cast<std::size_t>(state.range(0)) / sizeof(char16_t);
-}
-
-std::u16string repeated(std::u16string_view piece, std::size_t units) {
-    std::u16string text;
-    text.reserve(units + piece.size());
-    while (text.size() < units) text += piece;
-    return text;
 }
 
 std::u16string decimal(std::size_t number) {

@@ -56,6 +56,13 @@ const corpus& loaded_corpus() {
     return loaded;
 }
 
+std::u16string repeated(std::u16string_view piece, std::size_t units) {
+    std::u16string text;
+    text.reserve(units + piece.size());
+    while (text.size() < units) text += piece;
+    return text;
+}
+
 std::size_t allocation_count() {
     return allocations;
 }

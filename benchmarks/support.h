@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace brindlemoss::benchmarks {
@@ -17,5 +18,8 @@ const corpus& loaded_corpus();
 
 // Calls of operator new since the program began.
 std::size_t allocation_count();
+
+// `piece` over and over, until there are `units` of them or a few more.
+std::u16string repeated(std::u16string_view piece, std::size_t units);
 
 }  // namespace brindlemoss::benchmarks

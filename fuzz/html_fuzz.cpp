@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -13,27 +12,13 @@
 #include "message/character_set.h"
 #include "message/html_reader.h"
 #include "platform/character_class.h"
+#include "support.h"
 
 namespace {
 
+using fuzz_support::require;
+using fuzz_support::to_units;
 using replay::html::convert_to_text;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-std::u16string to_units(std::string_view bytes) {
-    if (bytes.empty() || bytes.front() % 2 == 0) {
-        return replay::unicode::to_wide(bytes, replay::unicode::utf8);
-    }
-    std::u16string units;
-    for (std::size_t i = 1; i + 1 < bytes.size(); i += 2) {
-        const unsigned low = static_cast<unsigned char>(bytes[i]);
-        const unsigned high = static_cast<unsigned char>(bytes[i + 1]);
-        units += static_cast<char16_t>(high << 8 | low);
-    }
-    return units;
-}
 
 // Events come in the order of the text, each from a stretch of its own, and hold nothing that would
 // have ended them.

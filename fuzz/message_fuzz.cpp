@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -11,9 +10,11 @@
 #include "message/character_set.h"
 #include "message/header_value.h"
 #include "message/part.h"
+#include "support.h"
 
 namespace {
 
+using fuzz_support::require;
 using replay::internet::message2::depth_limit;
 using replay::internet::message2::part;
 using replay::internet::message2::part_map;
@@ -30,10 +31,6 @@ bool tolerated(work do_work) {
     } catch (const depth_limit&) {
     }
     return false;
-}
-
-void require(bool holds) {
-    if (!holds) std::abort();
 }
 
 std::size_t count_parts(const part& item) {

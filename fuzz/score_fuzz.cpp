@@ -4,21 +4,18 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
 #include "analysis/filter_engine.h"
 #include "foundation/exception.h"
 #include "message/part.h"
+#include "support.h"
 
 namespace {
 
+using fuzz_support::require;
 using namespace brindlemoss::analysis;
 using replay::internet::message2::part;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 // Rates by itself: no store, no log.
 const filter_engine& local_engine() {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -15,28 +14,14 @@
 #include "analysis/plugins/urls.h"
 #include "message/character_set.h"
 #include "message/part.h"
+#include "support.h"
 
 namespace {
 
 using brindlemoss::analysis::signature_list;
+using fuzz_support::require;
+using fuzz_support::to_units;
 using namespace brindlemoss::analysis::plugins::text_analysis;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-std::u16string to_units(std::string_view bytes) {
-    if (bytes.empty() || bytes.front() % 2 == 0) {
-        return replay::unicode::to_wide(bytes, replay::unicode::utf8);
-    }
-    std::u16string units;
-    for (std::size_t i = 1; i + 1 < bytes.size(); i += 2) {
-        const unsigned low = static_cast<unsigned char>(bytes[i]);
-        const unsigned high = static_cast<unsigned char>(bytes[i + 1]);
-        units += static_cast<char16_t>(high << 8 | low);
-    }
-    return units;
-}
 
 std::vector<std::u16string> lines_of(std::u16string_view text) {
     std::vector<std::u16string> lines(1);
