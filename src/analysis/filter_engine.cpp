@@ -194,19 +194,21 @@ verdict filter_engine::analyse(part& message, occasion when, const sender& from)
     return reached;
 }
 
-void filter_engine::report(const part& message) const {
+bool filter_engine::report(const part& message) const {
     try {
         log_head("Report", message);
         sender from;
         if (extract_sender(message, from)) services_.remove_trust(from.address);
         services_.enqueue_report(message);
         count("User", "Blocked");
+        return true;
     } catch (const std::exception& error) {
         services_.log(recovered_level, std::string("Exception: ") + error.what());
+        return false;
     }
 }
 
-void filter_engine::revoke(const part& message) const {
+bool filter_engine::revoke(const part& message) const {
     try {
         log_head("Revoke", message);
         sender from;
@@ -216,8 +218,10 @@ void filter_engine::revoke(const part& message) const {
         }
         services_.enqueue_revoke(message);
         count("User", "Unblocked");
+        return true;
     } catch (const std::exception& error) {
         services_.log(recovered_level, std::string("Exception: ") + error.what());
+        return false;
     }
 }
 

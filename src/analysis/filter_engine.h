@@ -70,10 +70,10 @@ public:
     // The rating at or above which a message counts as blocked.
     std::uint16_t threshold() const { return services_.threshold(); }
 
-    // The user's votes: the message is spam; the message is not. After a fault the steps done stay
-    // done. Throw only what logging the fault throws.
-    void report(const part& message) const;
-    void revoke(const part& message) const;
+    // The user's votes: the message is spam; the message is not. False after a fault: the steps
+    // done stay done. Throw only what logging the fault throws.
+    bool report(const part& message) const;
+    bool revoke(const part& message) const;
 
 private:
     verdict judge(part& message, occasion when) const;

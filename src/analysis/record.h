@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-namespace brindlemoss::community {
+namespace brindlemoss::analysis::community {
 
 // The fingerprint of a message or of a piece of it, and what the community knows about it.
 struct signature_entry {
@@ -26,7 +26,7 @@ struct signature_entry {
     std::uint32_t matches = 0;
 };
 
-}  // namespace brindlemoss::community
+}  // namespace brindlemoss::analysis::community
 
 namespace brindlemoss::analysis {
 

@@ -4,10 +4,62 @@
 
 #include "foundation/counters.h"
 #include "foundation/registry.h"
+#include "rules/rules_sender_allowed.h"
+#include "rules/rules_sender_denied.h"
+#include "rules/rules_sender_trusted.h"
+#include "services/language_manager.h"
 
 namespace brindlemoss::analysis {
 
 namespace registry = replay::registry2;
+using rules::rules_sender_allowed;
+using rules::rules_sender_denied;
+using rules::rules_sender_trusted;
+
+namespace {
+
+bool is_in(rules::sender_list& list, std::string_view address, list_entries which) {
+    return list.match(address, which == list_entries::addresses, which == list_entries::domains);
+}
+
+}  // namespace
+
+bool stored_services::allowed(std::string_view address, list_entries which) {
+    return is_in(rules_sender_allowed::instance(), address, which);
+}
+
+bool stored_services::denied(std::string_view address, list_entries which) {
+    return is_in(rules_sender_denied::instance(), address, which);
+}
+
+void stored_services::allow_address(std::u16string_view name, std::string_view address,
+                                    std::u16string_view comment) {
+    rules_sender_allowed::instance().add_address(name, address, comment);
+}
+
+void stored_services::remove_denied_address(std::string_view address) {
+    rules_sender_denied::instance().remove_address(address);
+}
+
+bool stored_services::trusted(std::string_view address) {
+    return rules_sender_trusted::instance().match(address);
+}
+
+void stored_services::increase_trust(std::u16string_view name, std::string_view address) {
+    rules_sender_trusted::instance().increase_trust(name, address);
+}
+
+void stored_services::increase_trust_of_recipients(const part& message) {
+    rules_sender_trusted::instance().increase_trust_of_recipients(message);
+}
+
+void stored_services::remove_trust(std::string_view address) {
+    rules_sender_trusted::instance().remove_trust(address);
+}
+
+bool stored_services::accept_language(part& message, int& language) {
+    return services::language_manager::instance().accept(message, language);
+}
 
 std::uint16_t stored_services::threshold() {
     constexpr const registry::setting& filter =
@@ -17,7 +69,7 @@ std::uint16_t stored_services::threshold() {
 
 void stored_services::add_to_counter(std::string_view key, std::string_view value,
                                      std::uint32_t amount) {
-    replay::counters::add(key, value, amount);
+    if (amount != 0) replay::counters::add(key, value, amount);
 }
 
 bool wants_message_copies() {

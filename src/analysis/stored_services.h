@@ -5,12 +5,27 @@
 
 namespace brindlemoss::analysis {
 
-// The services of a running program: settings and counters in the user's store, lines in a log.
-// What the store cannot do throws replay::registry2::generic.
+// The services of a running program: settings, counters, sender lists and trust in the user's
+// store, lines in a log. What the store cannot do throws replay::registry2::generic,
+// a look-up that comes to a broken entry of a list rules::unpack_failed.
 class stored_services : public filter_services {
 public:
     // The log must outlive the services.
     explicit stored_services(replay::log& log) : log_(log) {}
+
+    bool allowed(std::string_view address, list_entries which) override;
+    bool denied(std::string_view address, list_entries which) override;
+    void allow_address(std::u16string_view name, std::string_view address,
+                       std::u16string_view comment) override;
+    void remove_denied_address(std::string_view address) override;
+
+    bool trusted(std::string_view address) override;
+    void increase_trust(std::u16string_view name, std::string_view address) override;
+    void increase_trust_of_recipients(const part& message) override;
+    void remove_trust(std::string_view address) override;
+
+    // Throws what services::language_manager::accept() throws.
+    bool accept_language(part& message, int& language) override;
 
     // The setting is cut to 16 bits.
     std::uint16_t threshold() override;

@@ -1,5 +1,8 @@
 #include "cli/json_writer.h"
 
+#include <array>
+#include <charconv>
+
 #include "foundation/translate.h"
 #include "message/character_set.h"
 #include "platform/utf16.h"
@@ -79,6 +82,13 @@ json_writer& json_writer::number(std::int64_t value) {
 json_writer& json_writer::unsigned_number(std::uint64_t value) {
     separate();
     line_ += std::to_string(value);
+    return *this;
+}
+
+json_writer& json_writer::real_number(double value) {
+    std::array<char, 32> digits;  // the shortest form that reads back needs 24 at most
+    separate();
+    line_.append(digits.data(), std::to_chars(digits.data(), digits.end(), value).ptr);
     return *this;
 }
 

@@ -21,6 +21,7 @@ public:
 
     json_writer& number(std::int64_t value);
     json_writer& unsigned_number(std::uint64_t value);
+    json_writer& real_number(double value);  // finite; reads back as the same number
     json_writer& boolean(bool value);
     json_writer& null();
     json_writer& text(std::u16string_view wide);

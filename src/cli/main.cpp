@@ -7,10 +7,14 @@
 
 #include "cli/console.h"
 #include "cli/doctor_command.h"
+#include "cli/image_command.h"
+#include "cli/language_command.h"
 #include "cli/parse_command.h"
 #include "cli/registry_command.h"
+#include "cli/rules_command.h"
 #include "cli/score_command.h"
 #include "cli/stats_command.h"
+#include "cli/vote_command.h"
 #include "foundation/module.h"
 #include "platform/paths.h"
 
@@ -93,6 +97,19 @@ CLI::App* add_registry(CLI::App& program, registry_options& options) {
     return command;
 }
 
+CLI::App* add_image(CLI::App& program, image_options& options) {
+    CLI::App* command =
+        program.add_subcommand("image", "Tell what the search for text sees in a picture");
+    command->add_option("PATH", options.paths, "Picture files, or - for standard input")
+        ->required();
+    command->add_option("--overlay", options.overlay,
+                        "Draw what was found over the picture, into this PNG file");
+    command->add_flag("--checkpoints", options.checkpoints,
+                      "Print every stage with the rectangles that it held");
+    command->add_flag("--json", options.json, "Print one JSON object a picture");
+    return command;
+}
+
 CLI::App* add_stats(CLI::App& program, stats_options& options) {
     CLI::App* command = program.add_subcommand("stats", "Print the counters");
     command->add_flag("--json", options.json, "Print one JSON object");
@@ -151,10 +168,18 @@ int run(int argument_count, char** arguments) {
     score_options score;
     parse_options parse;
     registry_options registry;
+    rules_options rules;
+    vote_options vote;
+    language_options language;
+    image_options image;
     stats_options stats;
     doctor_options doctor;
     doctor.version = BRINDLEMOSS_VERSION;
     const CLI::App* score_command = add_score(program, score);
+    const CLI::App* vote_command = add_vote(program, vote);
+    const CLI::App* rules_command = add_rules(program, rules);
+    const CLI::App* language_command = add_language(program, language);
+    const CLI::App* image_command = add_image(program, image);
     const CLI::App* registry_command = add_registry(program, registry);
     const CLI::App* stats_command = add_stats(program, stats);
     const CLI::App* doctor_command = add_doctor(program, doctor);
@@ -167,11 +192,16 @@ int run(int argument_count, char** arguments) {
         if (!std::cout.flush()) throw output_error("the help could not be written");
         return code;
     }
-    for (bool* wanted : {&score.json, &parse.json, &registry.json, &stats.json, &doctor.json}) {
+    for (bool* wanted : {&score.json, &vote.json, &rules.json, &language.json, &image.json,
+                         &parse.json, &registry.json, &stats.json, &doctor.json}) {
         *wanted = *wanted || json;
     }
     if (!home.empty()) replay::platform::paths::set_home(home);
     if (score_command->parsed()) return run_score(score);
+    if (vote_command->parsed()) return run_vote(vote);
+    if (rules_command->parsed()) return run_rules(rules);
+    if (language_command->parsed()) return run_language(language);
+    if (image_command->parsed()) return run_image(image);
     if (registry_command->parsed()) return run_registry(registry);
     if (stats_command->parsed()) return run_stats(stats);
     if (doctor_command->parsed()) return run_doctor(doctor);

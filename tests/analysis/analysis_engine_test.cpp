@@ -14,7 +14,7 @@
 namespace {
 
 using namespace brindlemoss::analysis;
-using brindlemoss::community::signature_entry;
+using brindlemoss::analysis::community::signature_entry;
 using replay::internet::message2::part;
 using strings = std::vector<std::string>;
 
@@ -223,6 +223,8 @@ struct example_case {
 };
 
 const std::string customised = "5 Part.Text.Address_Customization -- Token: ";
+const std::string text = "40 Part.Image.Text_Detected";
+const std::string background = "Part.Image.Background_Detected";
 const std::string permutated = "5 Part.Text.Permutated_Token -- Token: ";
 
 TEST(analysis_engine, example_mails) {
@@ -261,6 +263,21 @@ TEST(analysis_engine, example_mails) {
         {"korean-euc-kr.eml", 0, decision::analysed, {}},
         {"mbox-line-and-raw-8bit-subject.eml", 5, decision::analysed, {customised + "\"ulla\""}},
         {"nested-multiparts-inline-image.eml", 5, decision::analysed, {customised + "\"press\""}},
+        {"picture-broken-gif.eml", 50, decision::analysed, {"50 Part.Image.Decode_Error"}},
+        {"picture-flip-book.eml", 42, decision::analysed, {text, "2 " + background}},
+        {"picture-overlay-animation.eml", 44, decision::analysed, {text, "4 " + background}},
+        {"picture-photo.eml", 0, decision::analysed, {}},
+        {"picture-puzzle.eml",
+         82,
+         decision::analysed,
+         {"40 Part.Image.Puzzle_Detected", text, "2 " + background}},
+        {"picture-text-gif.eml", 47, decision::analysed, {text, "7 " + background}},
+        {"picture-text-jpeg.eml", 48, decision::analysed, {text, "8 " + background}},
+        {"picture-text-png.eml", 47, decision::analysed, {text, "7 " + background}},
+        {"picture-text-skewed.eml",
+         58,
+         decision::analysed,
+         {text, "10 Part.Image.Text_Rotated", "8 " + background}},
         {"plain-text-crlf.eml", 0, decision::analysed, {}},
         {"plain-text.eml", 5, decision::analysed, {customised + "\"tom\""}},
         {"quoted-printable-utf-8.eml", 0, decision::analysed, {}},

@@ -325,7 +325,7 @@ TEST(filter_engine, a_service_that_fails) {
 }
 
 TEST(filter_engine, votes) {
-    using vote = void (filter_engine::*)(const part&) const;
+    using vote = bool (filter_engine::*)(const part&) const;
     const vote report = &filter_engine::report;
     const vote revoke = &filter_engine::revoke;
     const string distrust = "distrust bob@example.org";

@@ -1,0 +1,161 @@
+// The sender lists as scoring asks them: match on lists of as many addresses and domains as the
+// argument says, in a store of its own below TMPDIR (put that on the disk to measure).
+//
+// The stored lists stay as they are, but for first_read, which asks behind a change, and step,
+// which makes one.
+
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "foundation/registry.h"
+#include "foundation/registry_values.h"
+#include "platform/paths.h"
+#include "rules/rules_sender_allowed.h"
+#include "rules/rules_sender_denied.h"
+#include "rules/rules_sender_trusted.h"
+
+namespace {
+
+using namespace brindlemoss::rules;
+using namespace replay::registry2;
+
+constexpr const char* stranger = "somebody.else@another-place.example.com";
+
+std::u16string numbered(const char* before, std::int64_t number, const char* behind) {
+    return widen(before + std::to_string(number) + behind);
+}
+
+// Domains are of many sizes, as the numbers in them and the words before are.
+void fill(const key& list, std::int64_t count) {
+    text_list addresses;
+    text_list domains;
+    for (std::int64_t i = 0; i < count; ++i) {
+        addresses.push_back(u"A Correspondent\t" + numbered("sender", i, "@example.org") +
+                            u"\tAdded due to Unblock");
+        domains.push_back(std::u16string(static_cast<std::size_t>(i % 20), u'd') +
+                          numbered("place", i, ".example.net") + u"\t");
+    }
+    list.set_multi_text(u"Addresses", addresses);
+    list.set_multi_text(u"Domains", domains);
+}
+
+void fill_trust(std::int64_t count) {
+    text_list entries;
+    for (std::int64_t i = 0; i < count; ++i) {
+        entries.push_back(u"A Correspondent\t" + numbered("sender", i, "@example.org") +
+                          u"\t2\t1700000000");
+    }
+    at(tree_key::user_rules_trust).set_multi_text(u"Addresses", entries);
+}
+
+void fill_all(std::int64_t count) {
+    fill(at(tree_key::user_rules_allow), count);
+    fill(at(tree_key::user_rules_deny), count);
+    fill_trust(count);
+}
+
+void match(benchmark::State& state, const std::string& address, bool check_address,
+           bool check_domain) {
+    fill(at(tree_key::user_rules_allow), state.range(0));
+    auto& list = rules_sender_allowed::instance();
+    list.match(address, check_address, check_domain);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(list.match(address, check_address, check_domain));
+    }
+}
+
+void address_hit(benchmark::State& state) {
+    match(state, "Sender" + std::to_string(state.range(0) - 1) + "@Example.org", true, false);
+}
+void address_miss(benchmark::State& state) {
+    match(state, stranger, true, false);
+}
+void domain_hit(benchmark::State& state) {
+    match(state, "ann@place" + std::to_string(state.range(0) / 20 * 20 / 2) + ".example.net", false,
+          true);
+}
+void domain_miss(benchmark::State& state) {
+    match(state, stranger, false, true);
+}
+void both_miss(benchmark::State& state) {
+    match(state, stranger, true, true);
+}
+
+void first_read(benchmark::State& state) {
+    const key& allowed = at(tree_key::user_rules_allow);
+    fill(allowed, state.range(0));
+    const text_list entries = allowed.get_multi_text(u"Addresses", {}, write_back::no);
+    auto& list = rules_sender_allowed::instance();
+    list.match(stranger, true, false);  // frees what the list before left
+    for (auto _ : state) {
+        state.PauseTiming();
+        allowed.set_multi_text(u"Addresses", entries);
+        state.ResumeTiming();
+        benchmark::DoNotOptimize(list.match(stranger, true, false));
+    }
+}
+
+// What one message of a stranger asks.
+bool is_known() {
+    auto& allowed = rules_sender_allowed::instance();
+    auto& denied = rules_sender_denied::instance();
+    return allowed.match(stranger, true, false) || denied.match(stranger, true, false) ||
+           allowed.match(stranger, false, true) || denied.match(stranger, false, true) ||
+           rules_sender_trusted::instance().match(stranger);
+}
+
+void questions_of_a_score(benchmark::State& state) {
+    fill_all(state.range(0));
+    is_known();
+    for (auto _ : state) benchmark::DoNotOptimize(is_known());
+}
+
+// A sender who earns a step: the list is written anew.
+void step(benchmark::State& state) {
+    fill_trust(state.range(0));
+    auto& trusted = rules_sender_trusted::instance();
+    for (auto _ : state) trusted.increase_trust(u"A Correspondent", "sender5@example.org");
+}
+
+void add_and_remove(benchmark::State& state) {
+    fill(at(tree_key::user_rules_allow), state.range(0));
+    auto& list = rules_sender_allowed::instance();
+    for (auto _ : state) {
+        list.add_address(u"B", stranger, u"");
+        list.remove_address(stranger);
+    }
+}
+
+BENCHMARK(address_hit)->Arg(10)->Arg(1'000)->Arg(100'000);
+BENCHMARK(address_miss)->Arg(10)->Arg(1'000)->Arg(100'000);
+BENCHMARK(domain_hit)->Arg(10)->Arg(1'000)->Arg(100'000);
+BENCHMARK(domain_miss)->Arg(10)->Arg(1'000)->Arg(100'000);
+BENCHMARK(both_miss)->Arg(10)->Arg(1'000)->Arg(100'000)->Arg(1'000'000);
+BENCHMARK(first_read)->Arg(10)->Arg(1'000)->Arg(100'000)->Arg(1'000'000);
+BENCHMARK(questions_of_a_score)->Arg(10)->Arg(1'000)->Arg(100'000);
+BENCHMARK(step)->Arg(10)->Arg(1'000)->Arg(100'000)->UseRealTime();
+BENCHMARK(add_and_remove)->Arg(10)->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseRealTime();
+
+}  // namespace
+
+int main(int argument_count, char** arguments) {
+    benchmark::Initialize(&argument_count, arguments);
+    if (benchmark::ReportUnrecognizedArguments(argument_count, arguments)) return 2;
+    std::string folder = (std::filesystem::temp_directory_path() / "bench.XXXXXX").string();
+    if (::mkdtemp(folder.data()) == nullptr) {
+        std::fprintf(stderr, "no temporary folder\n");
+        return 1;
+    }
+    {
+        const replay::platform::paths::scoped_home home(folder);
+        benchmark::RunSpecifiedBenchmarks();
+        close_all();
+    }
+    std::filesystem::remove_all(folder);
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,96 @@
+#include "cli/image_command.h"
+
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <string_view>
+
+#include "cli/console.h"
+#include "cli/image_document.h"
+#include "cli/image_watch.h"
+#include "cli/inputs.h"
+#include "cli/json_writer.h"
+#include "cli/picture_overlay.h"
+#include "foundation/module.h"
+#include "image/image_set.h"
+#include "image/text_engine.h"
+
+namespace brindlemoss::cli {
+
+namespace image = analysis::plugins::image_analysis;
+
+namespace {
+
+constexpr std::size_t only_picture = 0;
+
+std::string_view reason_of(std::uint32_t load_errors, const image::picture_decoder& decoder) {
+    if (load_errors & image::unknown_file_type) return "not a picture";
+    if (load_errors & image::unwanted_file_type)
+        return "a picture, but neither GIF nor PNG nor JPEG";
+    if (!decoder.is_ready()) return "the picture library cannot be opened";
+    return "broken, or refused as too large";
+}
+
+void write_overlay(const image::text_engine& engine, const image_watch& watch,
+                   const std::string& path) {
+    const colour_picture drawn = draw_overlay(engine, watch);
+    const image::bitmap picture =
+        image::bitmap::from_rows(drawn.width, drawn.height, drawn.bytes.data());
+    if (!picture.save_as_png(path)) {
+        throw output_error("the overlay '" + path + "' could not be written");
+    }
+}
+
+// Empty where the picture was examined, else what is wrong with it.
+std::string examine(const raw_message& file, const image_options& options) {
+    const image::picture_decoder decoder;
+    image::decoding_budget budget;
+    image::image_set images;
+    image::decode_picture(only_picture, file.text, decoder, budget, images);
+    if (images.bitmaps.empty()) return std::string(reason_of(images.load_errors, decoder));
+
+    image_watch watch(options.checkpoints ? image_watch::keep::every_checkpoint
+                                          : image_watch::keep::little);
+    image::text_engine engine(images.bitmaps[only_picture].pixels(),
+                              images.frame_rects[only_picture], &watch);
+    watch.follow(engine);
+    image::engine_result result;
+    engine.run(result);
+    if (!options.overlay.empty()) write_overlay(engine, watch, options.overlay);
+    if (options.json) {
+        print(image_as_json(file.name, engine, result, watch, options.checkpoints));
+    } else {
+        print(image_as_text(file.name, engine, result));
+        if (options.checkpoints) print(checkpoints_as_text(watch));
+    }
+    return {};
+}
+
+}  // namespace
+
+int run_image(const image_options& options) {
+    module::instance().load(module::armed_by::program);
+    const std::vector<input> inputs = find_inputs(options.paths);
+    if (!options.overlay.empty() && inputs.size() != 1) {
+        complain("--overlay draws into one file and takes one picture");
+        return exit_bad_input;
+    }
+    bool has_errors = false;
+    for (const input& source : inputs) {
+        if (interrupted()) return exit_interrupted;
+        std::string problem;
+        std::string error =
+            for_each_message(source, file_format::one_message,
+                             [&](const raw_message& file) { problem = examine(file, options); });
+        if (error.empty()) error = problem;
+        if (error.empty()) continue;
+        has_errors = true;
+        if (options.json) print(json_error_line(source.path, error));
+        flush_output();
+        complain("cannot read '" + printable(source.path) + "': " + error);
+    }
+    flush_output();
+    return has_errors ? exit_bad_input : exit_done;
+}
+
+}  // namespace brindlemoss::cli

@@ -1,0 +1,157 @@
+#include "image/region_set.h"
+
+#include <algorithm>
+#include <array>
+
+namespace brindlemoss::analysis::plugins::image_analysis {
+
+namespace {
+
+constexpr std::int64_t cell_side = 64;  // pixels; lines of text are some tens of pixels high
+
+std::int32_t cell_count(std::int64_t length) {
+    return static_cast<std::int32_t>(
+        std::max<std::int64_t>((length + cell_side - 1) / cell_side, 1));
+}
+
+std::int32_t cell_number(std::int64_t offset, std::int32_t count) {
+    return static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(offset < 0 ? 0 : offset / cell_side, 0, count - 1));
+}
+
+rect with_tolerance(const rect& r) {
+    return {r.left - 1, r.top - 1, r.right + 1, r.bottom + 1};
+}
+
+// Edge by edge, so that it also tells of rectangles whose edges stand in reverse order.
+bool meet(const rect& searched, const rect& other) {
+    return other.top <= searched.bottom && other.bottom >= searched.top &&
+           other.left <= searched.right && other.right >= searched.left;
+}
+
+bool is_empty(const rect& r) {
+    return width_of(r) <= 0 || height_of(r) <= 0;
+}
+
+// Pieces that cover what `area` has beyond `inner`, which lies within it.
+std::array<rect, 4> beyond(const rect& area, const rect& inner) {
+    return {rect{area.left, area.top, area.right, inner.top - 1},
+            rect{area.left, inner.bottom + 1, area.right, area.bottom},
+            rect{area.left, inner.top, inner.left - 1, inner.bottom},
+            rect{inner.right + 1, inner.top, area.right, inner.bottom}};
+}
+
+}  // namespace
+
+region_set::region_set(const rect& extent, const checkpoints& checkpoint)
+    : extent_(extent),
+      columns_(cell_count(width_of(extent))),
+      rows_(cell_count(height_of(extent))),
+      cells_(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_)),
+      checkpoint_(checkpoint) {}
+
+void region_set::add(const rect& region) {
+    rect area = region;
+    rect quiet = inverted_rect;  // nothing in the set touches it any more
+    std::vector<std::uint32_t> swallowed;
+    while (area != quiet) {
+        std::size_t next = swallowed.size();
+        swallow_touching(area, quiet, swallowed);
+        quiet = area;
+        for (; next < swallowed.size(); ++next) {
+            const rect& other = entries_[swallowed[next]].place;
+            checkpoint_("Overlap", std::array{area, other});
+            area = hull_of(area, other);
+            // It touched no other in the set, so around it all is quiet too.
+            if (!is_empty(other) && area_of(other) > area_of(quiet)) quiet = other;
+        }
+    }
+    if (swallowed.empty()) {
+        entries_.push_back({area, arrivals_++, standing::in_set});
+        settle(static_cast<std::uint32_t>(entries_.size() - 1), area, {0, 0, -1, -1});
+        return;
+    }
+    const std::uint32_t survivor = survivor_of(swallowed);
+    settle(survivor, area, cells_of(entries_[survivor].place));
+    entries_[survivor] = {area, arrivals_++, standing::in_set};
+}
+
+// All but the largest are gone for good; that one lends its cells to what comes out.
+std::uint32_t region_set::survivor_of(const std::vector<std::uint32_t>& swallowed) {
+    const auto smaller = [&](std::uint32_t a, std::uint32_t b) {
+        return area_of(entries_[a].place) < area_of(entries_[b].place);
+    };
+    for (const std::uint32_t number : swallowed) entries_[number].state = standing::gone;
+    return *std::max_element(swallowed.begin(), swallowed.end(), smaller);
+}
+
+// Enters the number in the cells of `place` that are not among those where it stands already.
+void region_set::settle(std::uint32_t number, const rect& place, const cell_range& settled) {
+    const cell_range range = cells_of(place);
+    for (std::int32_t row = range.top; row <= range.bottom; ++row) {
+        const bool row_settled = row >= settled.top && row <= settled.bottom;
+        for (std::int32_t column = range.left; column <= range.right; ++column) {
+            if (row_settled && column >= settled.left && column <= settled.right) {
+                column = settled.right;
+                continue;
+            }
+            cell(column, row).push_back(number);
+        }
+    }
+}
+
+void region_set::swallow_touching(const rect& area, const rect& quiet,
+                                  std::vector<std::uint32_t>& swallowed) {
+    const rect searched = with_tolerance(area);
+    if (is_empty(quiet)) return swallow_in(cells_of(searched), searched, swallowed);
+    for (const rect& piece : beyond(searched, with_tolerance(quiet))) {
+        if (!is_empty(piece)) swallow_in(cells_of(piece), searched, swallowed);
+    }
+}
+
+void region_set::swallow_in(const cell_range& range, const rect& searched,
+                            std::vector<std::uint32_t>& swallowed) {
+    for (std::int32_t row = range.top; row <= range.bottom; ++row) {
+        for (std::int32_t column = range.left; column <= range.right; ++column) {
+            std::vector<std::uint32_t>& numbers = cell(column, row);
+            std::erase_if(numbers, [&](std::uint32_t number) {
+                entry& each = entries_[number];
+                if (each.state == standing::in_set && meet(searched, each.place)) {
+                    each.state = standing::swallowed;
+                    swallowed.push_back(number);
+                }
+                return each.state == standing::gone;
+            });
+        }
+    }
+}
+
+// A region whose edges stand in reverse order can only touch what reaches both of them.
+region_set::cell_range region_set::cells_of(const rect& place) const {
+    const std::int64_t left = std::min(place.left, place.right);
+    const std::int64_t right = std::max(place.left, place.right);
+    return {cell_number(left - extent_.left, columns_),
+            cell_number(std::int64_t{place.top} - extent_.top, rows_),
+            cell_number(right - extent_.left, columns_),
+            cell_number(std::int64_t{place.bottom} - extent_.top, rows_)};
+}
+
+std::vector<std::uint32_t>& region_set::cell(std::int32_t column, std::int32_t row) {
+    return cells_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
+                  static_cast<std::size_t>(column)];
+}
+
+std::vector<rect> region_set::regions() const {
+    std::vector<const entry*> alive;
+    for (const entry& each : entries_) {
+        if (each.state == standing::in_set) alive.push_back(&each);
+    }
+    std::sort(alive.begin(), alive.end(),
+              [](const entry* a, const entry* b) { return a->arrival < b->arrival; });
+    std::vector<rect> places;
+    places.reserve(alive.size());
+    for (const entry* each : alive) places.push_back(each->place);
+    return places;
+}
+
+}  // namespace brindlemoss::analysis::plugins::image_analysis

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "rules/sender_entry.h"
+
+namespace brindlemoss::rules {
+
+// A list of entries made ready for look-ups. Answers, and throws unpack_failed, exactly as a walk
+// through the list from its first entry on does. Not synchronised.
+class sender_index {
+public:
+    explicit sender_index(entry_key read) : read_(read) {}
+
+    // Takes the list in place of the one it had. Does nothing if that is the same object, which
+    // must not change.
+    void follow(std::shared_ptr<const text_list> entries);
+
+    // The first entry with this key, nullptr if there is none. It lives as long as the list.
+    const std::u16string* find(std::u16string_view key) const;
+
+    // Whether `text` ends in the key of an entry; there need be no boundary before it.
+    bool holds_end_of(std::u16string_view text) const;
+
+private:
+    void add(std::u16string_view key, std::size_t number);
+    void require_all_read() const;
+
+    entry_key read_;
+    std::shared_ptr<const text_list> entries_;
+    std::deque<std::u16string> keys_;  // those that do not stand in the list in normal form
+    std::unordered_map<std::u16string_view, std::size_t> numbers_;
+    std::set<std::size_t> key_sizes_;
+    std::optional<std::size_t> broken_;  // the first entry that is; those behind it are not read
+};
+
+}  // namespace brindlemoss::rules
