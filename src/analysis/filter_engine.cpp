@@ -12,6 +12,8 @@
 #include "analysis/analysis_run.h"
 #include "analysis/stored_services.h"
 #include "analysis/virus_notices.h"
+#include "community/errors.h"
+#include "community/transaction.h"
 #include "foundation/ascii.h"
 #include "foundation/module.h"
 #include "foundation/registry.h"
@@ -166,9 +168,7 @@ verdict filter_engine::judge(part& message, occasion when) const {
 verdict filter_engine::analyse(part& message, occasion when, const sender& from) const {
     analysis_run run(message);
     const std::uint16_t threshold = services_.threshold();
-    const analysis_engine engine;
-    engine.generate(run);
-    const std::uint16_t rating = engine.evaluate(run);
+    const std::uint16_t rating = rate(run);
 
     // An unknown sender earns trust with each message that passes.
     if (when == occasion::first) {
@@ -192,6 +192,40 @@ verdict filter_engine::analyse(part& message, occasion when, const sender& from)
     reached.signatures = std::move(run.signatures);
     reached.report = std::move(run.report);
     return reached;
+}
+
+std::uint16_t filter_engine::rate(analysis_run& run) const {
+    const analysis_engine engine;
+    engine.generate(run);
+    community::community_stats stats;
+    match(run, stats);
+    const std::uint16_t rating = engine.evaluate(run);
+    touch(run, stats);
+    count("Communication", "Bytes Transmitted", stats.bytes_transmitted);
+    count("Communication", "Bytes Received", stats.bytes_received);
+    return rating;
+}
+
+// Without the community's word the local tests rate the message.
+void filter_engine::match(analysis_run& run, community::community_stats& stats) const {
+    constexpr std::string_view protocol = "Communication\\Protocol";
+    try {
+        services_.match(run, stats);
+    } catch (const community::timed_out&) {
+        return count(protocol, "Timeouts");
+    } catch (const community::generic&) {
+        return count(protocol, "Errors");
+    }
+    count(protocol, "Queries");
+    count(protocol, "Response Time", stats.response_time);
+}
+
+void filter_engine::touch(analysis_run& run, community::community_stats& stats) const {
+    try {
+        services_.touch(run, stats);
+    } catch (const community::generic&) {
+        // What the community does not learn is its loss alone.
+    }
 }
 
 bool filter_engine::report(const part& message) const {
@@ -255,8 +289,9 @@ void filter_engine::log_head_text(std::string_view header, std::string_view labe
     services_.log(course_level, std::string(label) + text.value_in_codepage(unicode::utf8));
 }
 
-void filter_engine::count(std::string_view key, std::string_view value) const {
-    services_.add_to_counter(key, value, 1);
+void filter_engine::count(std::string_view key, std::string_view value,
+                          std::uint32_t amount) const {
+    services_.add_to_counter(key, value, amount);
 }
 
 verdict filter_engine::pass(decision settled_by, std::string_view line) const {

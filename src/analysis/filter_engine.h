@@ -9,6 +9,8 @@
 
 namespace brindlemoss::analysis {
 
+struct analysis_run;
+
 // What settled the rating of a message.
 enum class decision {
     analysed,
@@ -78,9 +80,12 @@ public:
 private:
     verdict judge(part& message, occasion when) const;
     verdict analyse(part& message, occasion when, const sender& from) const;
+    std::uint16_t rate(analysis_run& run) const;
+    void match(analysis_run& run, community::community_stats& stats) const;
+    void touch(analysis_run& run, community::community_stats& stats) const;
     void log_head(std::string_view mode, const part& message) const;
     void log_head_text(std::string_view header, std::string_view label, const part& message) const;
-    void count(std::string_view key, std::string_view value) const;
+    void count(std::string_view key, std::string_view value, std::uint32_t amount = 1) const;
     verdict pass(decision settled_by, std::string_view line) const;
     verdict block(decision settled_by, occasion when, std::string_view line) const;
 

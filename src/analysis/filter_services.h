@@ -4,9 +4,16 @@
 #include <string>
 #include <string_view>
 
+#include "community/errors.h"
 #include "message/part.h"
 
+namespace brindlemoss::analysis::community {
+struct community_stats;
+}
+
 namespace brindlemoss::analysis {
+
+struct analysis_run;
 
 using replay::internet::message2::part;
 
@@ -42,6 +49,15 @@ public:
 
     // True when the machine is known to have no network.
     virtual bool offline() { return false; }
+
+    // Asks the community about the signatures of a run, and tells it the verdict on them. Add to
+    // `stats` what that cost, also when they throw. Throw community::generic where the community
+    // has no word.
+    virtual void match(analysis_run&, community::community_stats&) {
+        throw community::discovery_pending();
+    }
+    virtual void touch(analysis_run&, community::community_stats&) {}
+
     virtual void enqueue_report(const part&) {}
     virtual void enqueue_revoke(const part&) {}
 

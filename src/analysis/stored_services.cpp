@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "analysis/analysis_run.h"
+#include "community/communication.h"
 #include "foundation/counters.h"
 #include "foundation/registry.h"
 #include "rules/rules_sender_allowed.h"
@@ -15,6 +17,7 @@ namespace registry = replay::registry2;
 using rules::rules_sender_allowed;
 using rules::rules_sender_denied;
 using rules::rules_sender_trusted;
+using spam::communication;
 
 namespace {
 
@@ -59,6 +62,28 @@ void stored_services::remove_trust(std::string_view address) {
 
 bool stored_services::accept_language(part& message, int& language) {
     return services::language_manager::instance().accept(message, language);
+}
+
+bool stored_services::offline() {
+    return communication::offline();
+}
+
+void stored_services::match(analysis_run& run, community::community_stats& stats) {
+    const auto held = communication::instance();
+    held->client().match(run.signatures, run.report, stats, held->timeout());
+}
+
+void stored_services::touch(analysis_run& run, community::community_stats& stats) {
+    const auto held = communication::instance();
+    held->client().touch(run.class_name, run.signatures, run.report, stats);
+}
+
+void stored_services::enqueue_report(const part& message) {
+    communication::instance()->enqueue_report(message);
+}
+
+void stored_services::enqueue_revoke(const part& message) {
+    communication::instance()->enqueue_revoke(message);
 }
 
 std::uint16_t stored_services::threshold() {

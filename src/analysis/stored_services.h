@@ -6,7 +6,7 @@
 namespace brindlemoss::analysis {
 
 // The services of a running program: settings, counters, sender lists and trust in the user's
-// store, lines in a log. What the store cannot do throws replay::registry2::generic,
+// store, the community, lines in a log. What the store cannot do throws replay::registry2::generic,
 // a look-up that comes to a broken entry of a list rules::unpack_failed.
 class stored_services : public filter_services {
 public:
@@ -27,9 +27,19 @@ public:
     // Throws what services::language_manager::accept() throws.
     bool accept_language(part& message, int& language) override;
 
+    // The community's part goes through the one spam::communication of the process. Beside what is
+    // said above, these throw what making it throws, and match() what community::client::match()
+    // throws.
+    bool offline() override;
+    void match(analysis_run& run, community::community_stats& stats) override;
+    void touch(analysis_run& run, community::community_stats& stats) override;
+    void enqueue_report(const part& message) override;
+    void enqueue_revoke(const part& message) override;
+
     // The setting is cut to 16 bits.
     std::uint16_t threshold() override;
 
+    // To add 0 writes nothing.
     void add_to_counter(std::string_view key, std::string_view value,
                         std::uint32_t amount) override;
 

@@ -13,6 +13,7 @@
 #include <system_error>
 #include <vector>
 
+#include "cli/community_command.h"
 #include "cli/console.h"
 #include "cli/json_writer.h"
 #include "cli/registry_access.h"
@@ -179,6 +180,26 @@ check check_threshold() {
     return {"threshold", true, text};
 }
 
+check check_community() {
+    const std::string name = "community";
+    const std::string how = ": 'community use HOST' has messages looked up";
+    const community_settings settings = read_community_settings();
+    if (!settings.is_named()) {
+        if (settings.refresh == 0) return {name, true, "off, the local tests rate alone" + how};
+        return {name, false, "servers are searched for, but none is named" + how};
+    }
+    if (!settings.is_on()) {
+        return {name, true, "off, though servers are named (" + settings.servers + ")" + how};
+    }
+    const auto found = find_servers(settings);
+    if (found.servers.empty()) return {name, false, why_none(found, settings)};
+    std::string text = "on, " + settings.servers +
+                       "; servers that answer: " + std::to_string(found.servers.size());
+    text += ", the fastest in " + std::to_string(found.servers.begin()->first) + " ms";
+    if (found.unreachable != 0) text += ", that do not: " + std::to_string(found.unreachable);
+    return {name, true, text};
+}
+
 // A check that could not be made tells so, and the others go on.
 check made(const char* name, check (*make)()) {
     try {
@@ -204,6 +225,7 @@ std::vector<check> all_checks(const doctor_options& options) {
     checks.push_back(made("dump folder", check_dump_folder));
     checks.push_back(made("debug mode", check_debug_mode));
     checks.push_back(made("threshold", check_threshold));
+    checks.push_back(made("community", check_community));
     for (const std::string& line : messages.lines()) checks.push_back({"store", false, line});
     return checks;
 }

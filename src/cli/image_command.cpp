@@ -32,8 +32,11 @@ std::string_view reason_of(std::uint32_t load_errors, const image::picture_decod
 }
 
 void write_overlay(const image::text_engine& engine, const image_watch& watch,
-                   const std::string& path) {
-    const colour_picture drawn = draw_overlay(engine, watch);
+                   const image_options& options) {
+    const std::string& path = options.overlay;
+    const colour_picture drawn = options.show.empty()
+                                     ? draw_overlay(engine, watch)
+                                     : draw_checkpoints(engine, watch, options.show);
     const image::bitmap picture =
         image::bitmap::from_rows(drawn.width, drawn.height, drawn.bytes.data());
     if (!picture.save_as_png(path)) {
@@ -49,14 +52,15 @@ std::string examine(const raw_message& file, const image_options& options) {
     image::decode_picture(only_picture, file.text, decoder, budget, images);
     if (images.bitmaps.empty()) return std::string(reason_of(images.load_errors, decoder));
 
-    image_watch watch(options.checkpoints ? image_watch::keep::every_checkpoint
-                                          : image_watch::keep::little);
+    image_watch watch(options.checkpoints || !options.show.empty()
+                          ? image_watch::keep::every_checkpoint
+                          : image_watch::keep::little);
     image::text_engine engine(images.bitmaps[only_picture].pixels(),
                               images.frame_rects[only_picture], &watch);
     watch.follow(engine);
     image::engine_result result;
     engine.run(result);
-    if (!options.overlay.empty()) write_overlay(engine, watch, options.overlay);
+    if (!options.overlay.empty()) write_overlay(engine, watch, options);
     if (options.json) {
         print(image_as_json(file.name, engine, result, watch, options.checkpoints));
     } else {

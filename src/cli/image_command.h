@@ -7,7 +7,9 @@ namespace brindlemoss::cli {
 
 struct image_options {
     std::vector<std::string> paths;
-    std::string overlay;       // the PNG file to draw what was found into; empty: none
+    std::string overlay;  // the PNG file to draw what was found into; empty: none
+    std::vector<std::string>
+        show;                  // draw the rectangles of these checkpoints, not all that is found
     bool checkpoints = false;  // print every stage with its rectangles
     bool json = false;
 };

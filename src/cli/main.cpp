@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/community_command.h"
 #include "cli/console.h"
 #include "cli/doctor_command.h"
 #include "cli/image_command.h"
@@ -15,6 +16,7 @@
 #include "cli/score_command.h"
 #include "cli/stats_command.h"
 #include "cli/vote_command.h"
+#include "community/communication.h"
 #include "foundation/module.h"
 #include "platform/paths.h"
 
@@ -104,6 +106,11 @@ CLI::App* add_image(CLI::App& program, image_options& options) {
         ->required();
     command->add_option("--overlay", options.overlay,
                         "Draw what was found over the picture, into this PNG file");
+    command
+        ->add_option("--show", options.show,
+                     "Draw only the rectangles of the checkpoint of this label; may be repeated")
+        ->expected(1)
+        ->take_all();
     command->add_flag("--checkpoints", options.checkpoints,
                       "Print every stage with the rectangles that it held");
     command->add_flag("--json", options.json, "Print one JSON object a picture");
@@ -167,6 +174,7 @@ int run(int argument_count, char** arguments) {
 
     score_options score;
     parse_options parse;
+    community_options community;
     registry_options registry;
     rules_options rules;
     vote_options vote;
@@ -180,6 +188,7 @@ int run(int argument_count, char** arguments) {
     const CLI::App* rules_command = add_rules(program, rules);
     const CLI::App* language_command = add_language(program, language);
     const CLI::App* image_command = add_image(program, image);
+    const CLI::App* community_command = add_community(program, community);
     const CLI::App* registry_command = add_registry(program, registry);
     const CLI::App* stats_command = add_stats(program, stats);
     const CLI::App* doctor_command = add_doctor(program, doctor);
@@ -193,7 +202,7 @@ int run(int argument_count, char** arguments) {
         return code;
     }
     for (bool* wanted : {&score.json, &vote.json, &rules.json, &language.json, &image.json,
-                         &parse.json, &registry.json, &stats.json, &doctor.json}) {
+                         &community.json, &parse.json, &registry.json, &stats.json, &doctor.json}) {
         *wanted = *wanted || json;
     }
     if (!home.empty()) replay::platform::paths::set_home(home);
@@ -202,6 +211,7 @@ int run(int argument_count, char** arguments) {
     if (rules_command->parsed()) return run_rules(rules);
     if (language_command->parsed()) return run_language(language);
     if (image_command->parsed()) return run_image(image);
+    if (community_command->parsed()) return run_community(community);
     if (registry_command->parsed()) return run_registry(registry);
     if (stats_command->parsed()) return run_stats(stats);
     if (doctor_command->parsed()) return run_doctor(doctor);
@@ -214,6 +224,8 @@ int main(int argument_count, char** arguments) {
     catch_interrupts();
     try {
         const int code = run(argument_count, arguments);
+        // Its threads use the registry, which ends with the module.
+        brindlemoss::spam::communication::shutdown();
         brindlemoss::module::instance().unload();
         return code;
     } catch (const output_error& error) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace brindlemoss::cli {
@@ -99,20 +100,45 @@ void draw_line(const image::text_line& line, canvas& drawing) {
     }
 }
 
-}  // namespace
-
-colour_picture draw_overlay(const image::text_engine& engine, const image_watch& watch) {
+canvas pale_picture(const image::text_engine& engine) {
     canvas drawing(engine.width, engine.height);
     for (std::int32_t y = 0; y < engine.height; ++y) {
         for (std::int32_t x = 0; x < engine.width; ++x) {
             drawing.set(x, y, pale(level_at(engine, x, y)));
         }
     }
+    return drawing;
+}
+
+}  // namespace
+
+colour_picture draw_overlay(const image::text_engine& engine, const image_watch& watch) {
+    canvas drawing = pale_picture(engine);
     for (const rect& segment : watch.segments()) drawing.mark(segment);
     for (const rect& region : engine.regions) drawing.outline(region, region_colour);
     for (const image::block& block : engine.blocks) drawing.outline(block.box, block_colour, 4);
     for (const image::text_line& line : engine.lines) draw_line(line, drawing);
     drawing.outline(engine.crop, crop_colour);
+    return drawing.take();
+}
+
+colour_picture draw_checkpoints(const image::text_engine& engine, const image_watch& watch,
+                                const std::vector<std::string>& labels) {
+    constexpr colour colours[] = {region_colour, glyph_colour, crop_colour,
+                                  word_colour,   block_colour, line_colour};
+    canvas drawing = pale_picture(engine);
+    for (std::size_t number = 0; number < labels.size(); ++number) {
+        for (const image_watch::checkpoint& each : watch.checkpoints()) {
+            if (each.label != labels[number]) continue;
+            for (const rect& r : each.rects) {
+                if (height_of(r) == 1) {
+                    drawing.mark(r);
+                } else {
+                    drawing.outline(r, colours[number % std::size(colours)]);
+                }
+            }
+        }
+    }
     return drawing.take();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "cli/image_watch.h"
@@ -20,5 +21,10 @@ struct colour_picture {
 // orange.
 colour_picture draw_overlay(const analysis::plugins::image_analysis::text_engine& engine,
                             const image_watch& watch);
+
+// The same picture with the rectangles of the checkpoints of these labels alone, a colour for each
+// label; those of a single row are marked yellow.
+colour_picture draw_checkpoints(const analysis::plugins::image_analysis::text_engine& engine,
+                                const image_watch& watch, const std::vector<std::string>& labels);
 
 }  // namespace brindlemoss::cli

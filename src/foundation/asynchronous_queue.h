@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <string>
@@ -35,7 +36,12 @@ public:
     void push(const T& item) {
         const scope guard(*this);
         items_.push_back(item);
-        signal_.set();
+        announce();
+    }
+    void push(T&& item) {
+        const scope guard(*this);
+        items_.push_back(std::move(item));
+        announce();
     }
 
     // Waits for an item and moves it into `item`. Throws `closed` once the queue is closed, even
@@ -60,6 +66,22 @@ public:
         const scope guard(*this);
         is_closed_ = true;
         signal_.set();
+        settled_.set();
+    }
+
+    // For those that pop: tells that one item is dealt with, once for each. Only
+    // wait_until_settled() asks for it.
+    void settle() {
+        const scope guard(*this);
+        if (--unsettled_ == 0) settled_.set();
+    }
+
+    // Waits until the queue is empty and every item that was taken is dealt with, at most for that
+    // long. False when the time went by, or the queue was closed with items unsettled.
+    bool wait_until_settled(std::chrono::milliseconds timeout) {
+        if (!settled_.wait(timeout)) return false;
+        const scope guard(*this);
+        return unsettled_ == 0 || !is_closed_;
     }
 
     // The number of items not taken yet.
@@ -69,6 +91,12 @@ public:
     }
 
 private:
+    void announce() {
+        ++unsettled_;
+        if (!is_closed_) settled_.clear();
+        signal_.set();
+    }
+
     // The event frees one waiter at a time, so each passes it on while there are items.
     struct wake_next_at_exit {
         asynchronous_queue& queue;
@@ -78,7 +106,11 @@ private:
     };
 
     auto_reset_event signal_{event_state::clear};
-    bool is_closed_ = false;  // guarded by the lock, like items_
+    manual_reset_event settled_{event_state::set};
+
+    // Guarded by the lock:
+    bool is_closed_ = false;
+    std::size_t unsettled_ = 0;  // pushed and not dealt with
     std::deque<T> items_;
 };
 

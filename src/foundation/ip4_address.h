@@ -6,7 +6,8 @@
 
 namespace replay::internet::address {
 
-// The number of a host in version 4 of the Internet protocol (RFC 791).
+// The number of a host in version 4 of the Internet protocol (RFC 791). Where sockets go, with a
+// port, is an ip4 of foundation/internet_address.h.
 class ip4_address {
 public:
     // 0.0.0.0

@@ -8,7 +8,7 @@
 
 #include "analysis/filter_engine.h"
 #include "platform/clock.h"
-#include "support/stored_lists.h"
+#include "support/community_home.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ constexpr auto deny = tree_key::user_rules_deny;
 constexpr auto trust = tree_key::user_rules_trust;
 
 // The engine on a real store.
-class stored_services_test : public testing::Test, protected test_support::stored_lists {
+class stored_services_test : public testing::Test, protected test_support::community_home {
 protected:
     verdict score(const string& raw, occasion when = occasion::first) const {
         part message(raw);

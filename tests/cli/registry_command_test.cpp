@@ -9,11 +9,12 @@
 #include "foundation/registry.h"
 #include "foundation/registry_values.h"
 #include "platform/paths.h"
-#include "support/program.h"
+#include "support/kept_home.h"
 
 namespace {
 
 using std::string;
+using test_support::kept_home;
 using test_support::program_result;
 using test_support::run_program;
 using test_support::temporary_folder;
@@ -21,38 +22,6 @@ using testing::AllOf;
 using testing::HasSubstr;
 using texts = std::vector<string>;
 namespace registry = replay::registry2;
-
-// The program, call after call, on one home.
-class kept_home {
-public:
-    program_result run(texts arguments, const string& input = {}) const {
-        arguments.insert(arguments.begin(), {"--home", folder_.path("home")});
-        return run_program(arguments, input);
-    }
-
-    // Runs without complaint and gives what was printed.
-    string done(const texts& arguments, const string& input = {}) const {
-        const program_result result = run(arguments, input);
-        EXPECT_EQ(result.code, 0) << testing::PrintToString(arguments);
-        EXPECT_EQ(result.err, "") << testing::PrintToString(arguments);
-        return result.out;
-    }
-
-    // Is refused in one line, which is given; nothing is printed.
-    string refused(const texts& arguments, const string& input = {}) const {
-        const program_result result = run(arguments, input);
-        EXPECT_EQ(result.code, 2) << testing::PrintToString(arguments);
-        EXPECT_EQ(result.out, "");
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-        return result.err;
-    }
-
-    string path(const string& name) const { return folder_.path("home/" + name); }
-    const temporary_folder& folder() const { return folder_; }
-
-private:
-    temporary_folder folder_;
-};
 
 TEST(registry_command, sets_and_gets_each_type) {
     const struct {

@@ -173,13 +173,13 @@ TEST(vote_command, ham_puts_the_sender_on_the_allowed_list_and_spam_takes_its_tr
     const kept_home home;
     const string mail = "From: Ann <Ann@X>\nTo: b@x\n\ntext\n";
     home.done({"rules", "deny", "add", "ann@x"});
-    EXPECT_EQ(home.done({"vote", "ham", "-"}, mail), "ham  -\n");
+    EXPECT_THAT(home.done({"vote", "ham", "-"}, mail), testing::StartsWith("ham  -  "));
     EXPECT_EQ(home.done({"rules", "allow", "list"}), "address\tann@x\tAnn\tAdded due to Unblock\n");
     EXPECT_EQ(home.done({"rules", "deny", "list"}), "");
 
     home.done({"rules", "trust", "add", "ann@x", "b@x"});
-    EXPECT_EQ(home.done({"vote", "spam", "--json", "-"}, mail), R"({"file":"-","vote":"spam"})"
-                                                                "\n");
+    EXPECT_THAT(home.done({"vote", "spam", "--json", "-"}, mail),
+                testing::StartsWith(R"({"file":"-","vote":"spam",)"));
     EXPECT_THAT(home.done({"rules", "trust", "list"}),
                 AllOf(HasSubstr("b@x"), Not(HasSubstr("ann@x"))));
     EXPECT_THAT(home.done({"rules", "allow", "list"}), HasSubstr("ann@x"));
@@ -192,7 +192,7 @@ TEST(vote_command, does_the_other_inputs_when_one_cannot_be_read) {
     const program_result result = home.run({"vote", "spam", home.path("nowhere"), "-", "--mbox"},
                                            "From a\nFrom: a@x\n\n1\n\nFrom b\nFrom: b@x\n\n2\n");
     EXPECT_EQ(result.code, 2);
-    EXPECT_EQ(result.out, "spam  -#1\nspam  -#2\n");
+    EXPECT_THAT(result.out, AllOf(HasSubstr("spam  -#1  "), HasSubstr("spam  -#2  ")));
     EXPECT_THAT(result.err, HasSubstr("nowhere"));
     EXPECT_EQ(home.run({"vote", "maybe", "-"}).code, 2);
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -141,6 +142,45 @@ TEST(asynchronous_queue, many_hands_lose_nothing) {
     }
     EXPECT_EQ(sum, 2L * each * (each + 1) / 2);
     EXPECT_EQ(queue.size(), 0u);
+}
+
+TEST(asynchronous_queue, is_settled_when_what_was_pushed_is_dealt_with) {
+    using std::chrono::milliseconds;
+    asynchronous_queue<int> queue;
+    EXPECT_TRUE(queue.wait_until_settled(milliseconds(0)));
+    queue.push(1);
+    queue.push(2);
+    popped(queue);
+    queue.settle();
+    popped(queue);
+    EXPECT_FALSE(queue.wait_until_settled(milliseconds(0)));  // empty, but the second is in work
+    {
+        bool settled = false;
+        {
+            watched_thread waiting(
+                [&] { settled = queue.wait_until_settled(milliseconds(60'000)); });
+            EXPECT_TRUE(waiting.blocks());
+            queue.settle();
+        }
+        EXPECT_TRUE(settled);
+    }
+    queue.push(3);
+    EXPECT_FALSE(queue.wait_until_settled(milliseconds(0)));
+}
+
+TEST(asynchronous_queue, closing_ends_the_wait_for_what_is_never_dealt_with) {
+    asynchronous_queue<int> queue;
+    queue.push(1);
+    bool settled = true;
+    {
+        watched_thread waiting(
+            [&] { settled = queue.wait_until_settled(std::chrono::milliseconds(60'000)); });
+        EXPECT_TRUE(waiting.blocks());
+        queue.close();
+    }
+    EXPECT_FALSE(settled);
+    queue.push(2);
+    EXPECT_FALSE(queue.wait_until_settled(std::chrono::milliseconds(60'000)));
 }
 
 }  // namespace

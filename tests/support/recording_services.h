@@ -7,7 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "analysis/analysis_run.h"
 #include "analysis/filter_services.h"
+#include "community/transaction.h"
 #include "message/character_set.h"
 
 namespace test_support {
@@ -24,6 +26,12 @@ public:
     // "denied domain", "trusted", "language", "offline" and so on.
     std::set<std::string> hits;
     std::uint16_t limit = 50;
+
+    // What the community does with a run; by default it knows nothing.
+    using run_type = brindlemoss::analysis::analysis_run;
+    using stats_type = brindlemoss::analysis::community::community_stats;
+    std::function<void(run_type&, stats_type&)> on_match = [](run_type&, stats_type&) {};
+    std::function<void(run_type&, stats_type&)> on_touch = [](run_type&, stats_type&) {};
 
     // Called behind the event that begins like this.
     std::string fault_at = "no event";
@@ -61,6 +69,14 @@ public:
         return !is_hit("language", id(message));
     }
     bool offline() override { return is_hit("offline", {}); }
+    void match(run_type& run, stats_type& stats) override {
+        record("match");
+        on_match(run, stats);
+    }
+    void touch(run_type& run, stats_type& stats) override {
+        record("touch " + utf8(run.class_name));
+        on_touch(run, stats);
+    }
     void enqueue_report(const part& message) override { record("queue report of " + id(message)); }
     void enqueue_revoke(const part& message) override { record("queue revoke of " + id(message)); }
 
