@@ -5,18 +5,15 @@
 // which makes one.
 
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
-#include <cstdio>
-#include <filesystem>
 #include <string>
 
 #include "foundation/registry.h"
 #include "foundation/registry_values.h"
-#include "platform/paths.h"
 #include "rules/rules_sender_allowed.h"
 #include "rules/rules_sender_denied.h"
 #include "rules/rules_sender_trusted.h"
+#include "temporary_home.h"
 
 namespace {
 
@@ -143,19 +140,5 @@ BENCHMARK(add_and_remove)->Arg(10)->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->Us
 }  // namespace
 
 int main(int argument_count, char** arguments) {
-    benchmark::Initialize(&argument_count, arguments);
-    if (benchmark::ReportUnrecognizedArguments(argument_count, arguments)) return 2;
-    std::string folder = (std::filesystem::temp_directory_path() / "bench.XXXXXX").string();
-    if (::mkdtemp(folder.data()) == nullptr) {
-        std::fprintf(stderr, "no temporary folder\n");
-        return 1;
-    }
-    {
-        const replay::platform::paths::scoped_home home(folder);
-        benchmark::RunSpecifiedBenchmarks();
-        close_all();
-    }
-    std::filesystem::remove_all(folder);
-    benchmark::Shutdown();
-    return 0;
+    return brindlemoss::benchmarks::run_in_temporary_home(argument_count, arguments);
 }

@@ -7,17 +7,14 @@
 
 #include <benchmark/benchmark.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <filesystem>
 #include <string>
 
 #include "foundation/counters.h"
 #include "foundation/registry.h"
-#include "platform/paths.h"
+#include "temporary_home.h"
 
 namespace {
 
@@ -134,19 +131,5 @@ BENCHMARK(open_and_close)->Arg(10)->Arg(1'000)->Arg(100'000)->UseRealTime();
 }  // namespace
 
 int main(int argument_count, char** arguments) {
-    benchmark::Initialize(&argument_count, arguments);
-    if (benchmark::ReportUnrecognizedArguments(argument_count, arguments)) return 2;
-    std::string folder = (std::filesystem::temp_directory_path() / "bench.XXXXXX").string();
-    if (::mkdtemp(folder.data()) == nullptr) {
-        std::fprintf(stderr, "no temporary folder\n");
-        return 1;
-    }
-    {
-        const replay::platform::paths::scoped_home home(folder);
-        benchmark::RunSpecifiedBenchmarks();
-        close_all();
-    }
-    std::filesystem::remove_all(folder);
-    benchmark::Shutdown();
-    return 0;
+    return brindlemoss::benchmarks::run_in_temporary_home(argument_count, arguments);
 }

@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
-#include <stdexcept>
 
 #include "cli/console.h"
 #include "cli/json_writer.h"
@@ -23,12 +22,6 @@ using spam::communication;
 using action = community_options::action;
 
 namespace {
-
-// What cannot be done as asked; the text is for the user.
-class refusal : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 community_settings named_servers() {
     const community_settings settings = read_community_settings();
@@ -104,7 +97,7 @@ void ping(const community_options& options) {
 }
 
 void reset(const community_options& options) {
-    const discovery_result found = searching_communication()->reset();
+    const discovery_result found = find_servers(named_servers());
     if (options.json) {
         json_writer json;
         json.begin_object().key("servers").unsigned_number(found.servers.size());
@@ -148,14 +141,6 @@ void act(const community_options& options) {
         case action::reset: return reset(options);
         case action::use: return use(options);
     }
-}
-
-int fail(const std::string& what, const store_messages& messages) {
-    flush_output();
-    std::string line = what;
-    for (const std::string& each : messages.lines()) line.append("; ").append(printable(each));
-    complain(line);
-    return exit_bad_input;
 }
 
 CLI::App* add_action(CLI::App& community, community_options& options, action wanted,
@@ -205,21 +190,16 @@ CLI::App* add_community(CLI::App& program, community_options& options) {
 }
 
 int run_community(const community_options& options) {
-    const store_messages messages;
-    try {
-        act(options);
-    } catch (const refusal& error) {
-        return fail(error.what(), messages);
-    } catch (const server_name_error& error) {
-        return fail(printable(error.what()), messages);
-    } catch (const registry::generic& error) {
-        return fail("the registry: " + in_plain_words(error), messages);
-    } catch (const replay::internet::transport::generic& error) {
-        return fail(std::string("the network: ") + error.what(), messages);
-    }
-    flush_output();
-    for (const std::string& line : messages.lines()) complain(printable(line));
-    return exit_done;
+    return with_stores([&] {
+        try {
+            act(options);
+        } catch (const server_name_error& error) {
+            throw refusal(printable(error.what()));
+        } catch (const replay::internet::transport::generic& error) {
+            throw refusal(std::string("the network: ") + error.what());
+        }
+        return int{exit_done};
+    });
 }
 
 }  // namespace brindlemoss::cli

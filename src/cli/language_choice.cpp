@@ -53,7 +53,7 @@ std::string quoted(std::string_view argument) {
         what += separator + std::string(each->name) + " is " + std::to_string(each->number);
         separator = ", ";
     }
-    throw language_refusal(what + "; 'language list --all' names them all");
+    throw refusal(what + "; 'language list --all' names them all");
 }
 
 bool holds(const registry::text_list& entries, std::uint32_t number) {
@@ -102,13 +102,13 @@ bool remove_languages(registry::text_list& entries, const std::vector<std::strin
 // An empty list accepts all, whatever the mode.
 bool remove_all_but_last(registry::text_list& entries, const std::vector<std::string>& arguments) {
     if (entries.empty()) {
-        throw language_refusal(
+        throw refusal(
             std::string("the list of accepted languages is empty, which accepts every language") +
             way_to_refuse);
     }
     const bool changed = remove_languages(entries, arguments);
     if (entries.empty()) {
-        throw language_refusal(
+        throw refusal(
             std::string("no accepted language would be left, and an empty list accepts every "
                         "language") +
             way_to_refuse);
@@ -135,16 +135,16 @@ std::vector<std::uint32_t> languages_of_argument(std::string_view argument) {
     }
     const auto called = language::languages_called(argument);
     if (called.empty()) {
-        throw language_refusal(quoted(argument) +
-                               " is no language that is known; 'language list --all' names them");
+        throw refusal(quoted(argument) +
+                      " is no language that is known; 'language list --all' names them");
     }
     std::vector<std::uint32_t> numbers;
     for (const numbered_language* each : called) {
         if (each->number != 0) numbers.push_back(each->number);
     }
     if (numbers.empty()) {
-        throw language_refusal("mail in " + std::string(called.front()->name) +
-                               " cannot be told: the language has no number");
+        throw refusal("mail in " + std::string(called.front()->name) +
+                      " cannot be told: the language has no number");
     }
     return numbers;
 }
@@ -152,8 +152,8 @@ std::vector<std::uint32_t> languages_of_argument(std::string_view argument) {
 void change_languages(language_wish wish, const std::vector<std::string>& arguments) {
     const std::uint32_t mode = read_language_choice().mode;
     if (mode != refuses_listed && mode != accepts_only_listed) {
-        throw language_refusal("every language is accepted, as the mode is " +
-                               std::to_string(mode) + way_to_refuse);
+        throw refusal("every language is accepted, as the mode is " + std::to_string(mode) +
+                      way_to_refuse);
     }
     const bool lists_the_wish = (wish == language_wish::refuse) == (mode == refuses_listed);
     registry::at(tree_key::user_language_recognition)

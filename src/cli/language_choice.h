@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,21 +21,15 @@ struct language_choice {
 // Makes and writes nothing. Throws registry2::generic, as change_languages() does.
 language_choice read_language_choice();
 
-// A choice that cannot be made; the text is for the user, and nothing was changed.
-class language_refusal : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
 enum class language_wish { accept, refuse };
 
 // The numbers of the languages that an argument names: a number, decimal or hexadecimal behind
-// "0x", a name or a tag. Throws language_refusal where it names none that has a number.
+// "0x", a name or a tag. Throws refusal where it names none that has a number.
 std::vector<std::uint32_t> languages_of_argument(std::string_view argument);
 
 // Edits the list, in one step, so that mail in these languages is accepted or refused from now on;
 // the mode stays, and other entries do. An argument may also be a number that no language has, to
-// take it off the list. Throws language_refusal where the list cannot say what is wished.
+// take it off the list. Throws refusal where the list cannot say what is wished.
 void change_languages(language_wish wish, const std::vector<std::string>& arguments);
 
 }  // namespace brindlemoss::cli

@@ -152,15 +152,6 @@ void show_or_change(const language_options& options) {
     print_choice(options);
 }
 
-// One line, with what the store had to say about it.
-int fail(const std::string& what, const store_messages& messages) {
-    flush_output();
-    std::string line = what;
-    for (const std::string& each : messages.lines()) line.append("; ").append(printable(each));
-    complain(line);
-    return exit_bad_input;
-}
-
 }  // namespace
 
 int run_language(const language_options& options) {
@@ -173,17 +164,10 @@ int run_language(const language_options& options) {
             return exit_fault;
         }
     }
-    const store_messages messages;
-    try {
+    return with_stores([&] {
         show_or_change(options);
-    } catch (const language_refusal& error) {
-        return fail(error.what(), messages);
-    } catch (const registry::generic& error) {
-        return fail("the registry: " + in_plain_words(error), messages);
-    }
-    flush_output();
-    for (const std::string& line : messages.lines()) complain(printable(line));
-    return exit_done;
+        return int{exit_done};
+    });
 }
 
 }  // namespace brindlemoss::cli

@@ -218,16 +218,21 @@ int run(int argument_count, char** arguments) {
     return run_parse(parse);
 }
 
+// Ends what the program has begun: first the threads that use the registry, then the registry.
+struct end_of_program {
+    ~end_of_program() {
+        brindlemoss::spam::communication::shutdown();
+        brindlemoss::module::instance().unload();
+    }
+};
+
 }  // namespace
 
 int main(int argument_count, char** arguments) {
     catch_interrupts();
+    const end_of_program ending;
     try {
-        const int code = run(argument_count, arguments);
-        // Its threads use the registry, which ends with the module.
-        brindlemoss::spam::communication::shutdown();
-        brindlemoss::module::instance().unload();
-        return code;
+        return run(argument_count, arguments);
     } catch (const output_error& error) {
         complain(std::string("cannot write to standard output: ") + error.what());
         return exit_bad_input;

@@ -26,6 +26,14 @@ std::string fault_text(std::int32_t number) {
     return "error " + std::to_string(number);
 }
 
+int fail(const std::string& what, const store_messages& messages) {
+    flush_output();
+    std::string line = what;
+    for (const std::string& each : messages.lines()) line.append("; ").append(printable(each));
+    complain(line);
+    return exit_bad_input;
+}
+
 }  // namespace
 
 std::unique_ptr<const registry::key> open_existing(registry::predefined_root root,
@@ -52,6 +60,21 @@ std::string in_plain_words(const registry::generic& error) {
 store_messages::store_messages() : lines_(std::make_shared<std::vector<std::string>>()) {
     registry::set_message_sink(
         [lines = lines_](std::string_view line) { lines->emplace_back(line); });
+}
+
+int with_stores(const std::function<int()>& work) {
+    const store_messages messages;
+    int code = exit_done;
+    try {
+        code = work();
+    } catch (const refusal& error) {
+        return fail(error.what(), messages);
+    } catch (const registry::generic& error) {
+        return fail("the registry: " + in_plain_words(error), messages);
+    }
+    flush_output();
+    for (const std::string& line : messages.lines()) complain(printable(line));
+    return code;
 }
 
 std::string utf8_of(std::u16string_view wide) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +30,17 @@ public:
 private:
     std::shared_ptr<std::vector<std::string>> lines_;  // the stores may outlive this object
 };
+
+// What cannot be done as asked; the text is for the user.
+class refusal : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Does the work of a command that looks into the stores and gives its exit code. What it throws as
+// refusal or registry2::generic is told in one line, with what the stores had to say of it, and
+// gives exit_bad_input. One a process, as store_messages.
+int with_stores(const std::function<int()>& work);
 
 std::string utf8_of(std::u16string_view wide);
 

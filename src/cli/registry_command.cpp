@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <stdexcept>
 #include <string_view>
 
 #include "cli/console.h"
@@ -23,12 +22,6 @@ using registry::when_missing;
 using replay::platform::stored_value;
 
 namespace {
-
-// What cannot be done as asked; the text is for the user.
-class refusal : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct target {
     predefined_root root;
@@ -291,29 +284,13 @@ void act(const registry_options& options) {
     }
 }
 
-// One line, with what the store had to say about it.
-int fail(const std::string& what, const store_messages& messages) {
-    flush_output();
-    std::string line = what;
-    for (const std::string& each : messages.lines()) line.append("; ").append(printable(each));
-    complain(line);
-    return exit_bad_input;
-}
-
 }  // namespace
 
 int run_registry(const registry_options& options) {
-    const store_messages messages;
-    try {
+    return with_stores([&] {
         act(options);
-    } catch (const refusal& error) {
-        return fail(error.what(), messages);
-    } catch (const registry::generic& error) {
-        return fail("the registry: " + in_plain_words(error), messages);
-    }
-    flush_output();
-    for (const std::string& line : messages.lines()) complain(printable(line));
-    return exit_done;
+        return int{exit_done};
+    });
 }
 
 }  // namespace brindlemoss::cli

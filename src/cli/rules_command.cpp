@@ -1,7 +1,6 @@
 #include "cli/rules_command.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <string_view>
 
 #include "cli/console.h"
@@ -26,12 +25,6 @@ using rules::sender_list;
 namespace {
 
 using list = rules_options::list;
-
-// What cannot be done as asked; the text is for the user.
-class refusal : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 sender_list& other_list_of(list which) {
     return sender_list_of(which == list::allowed ? list::denied : list::allowed);
@@ -217,35 +210,18 @@ int act(const rules_options& options) {
     return exit_fault;
 }
 
-// One line, with what the store had to say about it.
-int fail(const std::string& what, const store_messages& messages) {
-    flush_output();
-    std::string line = what;
-    for (const std::string& each : messages.lines()) line.append("; ").append(printable(each));
-    complain(line);
-    return exit_bad_input;
-}
-
 }  // namespace
 
 int run_rules(const rules_options& options) {
-    const store_messages messages;
-    int code = exit_done;
-    try {
-        code = act(options);
-    } catch (const refusal& error) {
-        return fail(error.what(), messages);
-    } catch (const rules::unpack_failed&) {
-        return fail(
-            "the list holds an entry with fields missing: \"rules ... list\" shows it, an "
-            "export, corrected and imported, puts it right",
-            messages);
-    } catch (const registry::generic& error) {
-        return fail("the registry: " + in_plain_words(error), messages);
-    }
-    flush_output();
-    for (const std::string& line : messages.lines()) complain(printable(line));
-    return code;
+    return with_stores([&] {
+        try {
+            return act(options);
+        } catch (const rules::unpack_failed&) {
+            throw refusal(
+                "the list holds an entry with fields missing: \"rules ... list\" shows it, an "
+                "export, corrected and imported, puts it right");
+        }
+    });
 }
 
 }  // namespace brindlemoss::cli

@@ -40,7 +40,7 @@ const char* why_lost(const std::exception_ptr& failure) {
     } catch (const analysis::community::too_large&) {
         return "the message is too large for a datagram";
     } catch (...) {
-        return "the system did not send it, the log tells why";
+        return "the system could not send it";
     }
 }
 

@@ -121,7 +121,9 @@ void client::execute(transaction& exchange, report& lines, const datagram& reque
         } catch (const std::exception& failure) {
             push_line(lines, 2, u"Exception: " + widen(failure.what()));
         }
-        if (overall.elapsed() > static_cast<std::uint64_t>(budget.count())) throw timed_out();
+        // Without a budget there is one attempt, however quickly it failed.
+        const auto most = static_cast<std::uint64_t>(budget.count());
+        if (most == 0 || overall.elapsed() > most) throw timed_out();
         // In place of a sleep, which the end of the client could not cut short.
         if (turnstile_.stop.wait(limit)) throw timed_out();
         if (++next == servers->end()) next = servers->begin();

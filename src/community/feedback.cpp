@@ -71,18 +71,25 @@ feedback_tally feedback::tally() const {
 
 void feedback::run() {
     const replay::scope inside(turnstile_);
-    try {
-        while (!turnstile_.stopping()) {
+    while (!turnstile_.stopping()) {
+        try {
             feedback_type voted;
             queue_.pop(voted);
-            try {
-                send_and_count(voted);
-            } catch (const std::exception& failure) {
-                log(failures, std::string("Feedback: ") + failure.what());
-            }
+            carry_out(voted);
             queue_.settle();
+        } catch (const queue::closed&) {
+            return;
+        } catch (const std::exception& failure) {
+            log(failures, std::string("Feedback: ") + failure.what());
         }
-    } catch (const queue::closed&) {
+    }
+}
+
+void feedback::carry_out(const feedback_type& voted) {
+    try {
+        send_and_count(voted);
+    } catch (const std::exception& failure) {
+        log(failures, std::string("Feedback: ") + failure.what());
     }
 }
 

@@ -51,6 +51,7 @@ public:
 
 private:
     void run();
+    void carry_out(const feedback_type& voted);
     void send_and_count(const feedback_type& voted);
     void send(const feedback_type& voted, analysis::community::community_stats& stats);
     void note_failure();

@@ -27,13 +27,13 @@ postbox::postbox(const ip4& local) {
 }
 
 void postbox::enter(transaction& entered, datagram& request) {
-    {
-        const scope guard(lock_);
-        entered.id = encode_numeral(++last_number_);
-        pending_.emplace(entered.id, &entered);
-        if (is_closed_) entered.completed.set();
-    }
-    request.records.emplace(number_key, entered.id);
+    // Made first: nothing may fail once the table knows the transaction.
+    std::string& number = request.records[std::string(number_key)];
+    const scope guard(lock_);
+    entered.id = encode_numeral(++last_number_);
+    number = entered.id;
+    pending_.emplace(entered.id, &entered);
+    if (is_closed_) entered.completed.set();
 }
 
 void postbox::leave(transaction& left) {

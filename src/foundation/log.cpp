@@ -105,6 +105,16 @@ void log::proxy::write(std::int32_t level, std::string_view, std::string_view te
     target_.write(level, line.append(text_).append(text));
 }
 
+namespace {
+
+// Control characters but for the tab.
+bool is_control(char byte) {
+    const auto code = static_cast<unsigned char>(byte);
+    return (code < 32 && byte != '\t') || code == 127;
+}
+
+}  // namespace
+
 log::file::file(std::string base, std::uint32_t maximum_size, std::int32_t history) try
     : lock_(mutex_name(base)),
       base_(std::move(base)),
@@ -126,7 +136,10 @@ std::string log::file::mutex_name(std::string_view base) {
 void log::file::write(std::int32_t, std::string_view prefix, std::string_view text) try {
     std::string line;
     line.reserve(prefix.size() + text.size() + 2);
-    line.append(prefix).append(text).append("\r\n");
+    line.append(prefix).append(text);
+    // Texts out of mail and from the network must not pass for lines of ours.
+    std::replace_if(line.begin(), line.end(), is_control, '?');
+    line.append("\r\n");
 
     const scope guard(lock_);
     if (file_.size() >= maximum_size_) {

@@ -73,7 +73,8 @@ private:
     const std::string text_;
 };
 
-// Appends lines that end in CR LF to `base` + ".log.txt". Any number of processes may write one
+// Appends lines that end in CR LF to `base` + ".log.txt"; control characters within them, but for
+// the tab, become "?". Any number of processes may write one
 // file: each line is one write under a named mutex, made from `base`.
 //
 // A file that has reached its maximum size is copied to the first free one of `base` + ".1.log.txt"

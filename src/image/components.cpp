@@ -64,12 +64,9 @@ void sort_components(std::list<component>& components) {
                           [](const component& each) -> const rect& { return each.box; });
 }
 
-}  // namespace
-
-void find_components(text_engine& engine) {
-    std::list<text_line*> lines = valid_lines(engine.lines);
-    sort_in_reading_order(lines);
-    label_map map(engine.pp_plane, engine.background_levels);
+template <typename map_of_labels>
+void find_components_of(const text_engine& engine, const std::list<text_line*>& lines) {
+    map_of_labels map(engine.pp_plane, engine.background_levels);
     const std::vector<bool> needed = needed_later(lines);
     std::size_t number = 0;
     for (text_line* line : lines) {
@@ -90,6 +87,18 @@ void find_components(text_engine& engine) {
         if (engine.checkpoint.wanted()) {
             engine.checkpoint("Valid merged components", boxes_of(line->components));
         }
+    }
+}
+
+}  // namespace
+
+void find_components(text_engine& engine) {
+    std::list<text_line*> lines = valid_lines(engine.lines);
+    sort_in_reading_order(lines);
+    if (fit_small_labels(lines)) {
+        find_components_of<small_label_map>(engine, lines);
+    } else {
+        find_components_of<label_map>(engine, lines);
     }
 }
 

@@ -11,7 +11,8 @@ namespace brindlemoss::analysis::plugins::image_analysis {
 
 // Gives each valid line its components: blobs of foreground pixels of `pp_plane`, those that stand
 // above one another as one. A line that is nothing but one large blob becomes invalid. The lines
-// must have their bounding_box. Throws std::bad_alloc: makes a map of 32 bits for each pixel.
+// must have their bounding_box. Throws std::bad_alloc: makes a map of at most 32 bits for each
+// pixel.
 void find_components(text_engine& engine);
 
 // Marks the components of each valid line that cannot be glyphs as invalid; the others become its

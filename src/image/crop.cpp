@@ -1,5 +1,6 @@
 #include "image/crop.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -27,7 +28,7 @@ bool trim_rows(const plane& levels, rect& crop) {
 
 // Walking down one column after the other would fetch a line of the cache for each pixel, so
 // neighbouring columns are walked side by side.
-constexpr std::int32_t block_columns = 16;
+constexpr std::int32_t block_columns = 32;
 using column_flags = std::array<bool, block_columns>;
 
 class column_block {
@@ -42,7 +43,6 @@ public:
     }
 
     void walk(const std::uint8_t* __restrict row) {
-        constexpr std::uint8_t gentle = 15;
         constexpr auto limit = static_cast<std::uint8_t>(stray_limit::detection);
         for (std::int32_t i = 0; i < block_columns; ++i) {
             const std::uint8_t level = row[i];
@@ -57,9 +57,36 @@ public:
         }
     }
 
+    // Walks over so many rows at once if all of their levels lie near each other, so that nothing
+    // strays.
+    static constexpr std::int32_t gentle_rows = 8;
+    bool walk_gently(const std::uint8_t* row, std::ptrdiff_t step) {
+        std::uint8_t least[block_columns];
+        std::uint8_t most[block_columns];
+        std::copy_n(base_, block_columns, least);
+        std::copy_n(base_, block_columns, most);
+        for (std::int32_t y = 0; y < gentle_rows; ++y, row += step) {
+            for (std::int32_t i = 0; i < block_columns; ++i) {
+                const std::uint8_t level = row[i];
+                least[i] = std::min(least[i], level);
+                most[i] = std::max(most[i], level);
+            }
+        }
+        std::uint8_t widest = 0;
+        for (std::int32_t i = 0; i < block_columns; ++i) {
+            widest = std::max(widest, static_cast<std::uint8_t>(most[i] - least[i]));
+        }
+        if (widest > gentle) return false;
+        std::copy_n(row - step, block_columns, base_);
+        std::fill_n(strays_, block_columns, std::uint8_t{0});
+        return true;
+    }
+
     bool uniform(std::int32_t column) const { return failed_[column] == 0; }
 
 private:
+    static constexpr std::uint8_t gentle = 15;
+
     alignas(block_columns) std::uint8_t base_[block_columns];
     alignas(block_columns) std::uint8_t strays_[block_columns] = {};
     alignas(block_columns) std::uint8_t failed_[block_columns];
@@ -70,8 +97,12 @@ private:
 column_flags uniform_columns(const plane& levels, std::int32_t left, const rect& crop,
                              std::int32_t outer) {
     column_block block(levels, left, crop.top);
-    for (std::int32_t y = crop.top; y <= crop.bottom && block.uniform(outer); ++y) {
-        block.walk(levels.row(y) + left);
+    for (std::int32_t y = crop.top; y <= crop.bottom && block.uniform(outer);) {
+        const std::int32_t rows = std::min(column_block::gentle_rows, crop.bottom - y + 1);
+        const std::uint8_t* row = levels.row(y) + left;
+        y += rows;
+        if (rows == column_block::gentle_rows && block.walk_gently(row, levels.width)) continue;
+        for (std::int32_t count = 0; count < rows; ++count, row += levels.width) block.walk(row);
     }
     column_flags flags{};
     for (std::int32_t i = 0; i < block_columns; ++i) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "image/line_measures.h"
@@ -22,7 +23,8 @@ bool is_zero_run(const std::uint8_t* flags) {
     return all == 0;
 }
 
-std::uint32_t first_label(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+template <typename label>
+label first_label(label a, label b, label c, label d) {
     if (a != 0) return a;
     if (b != 0) return b;
     return c != 0 ? c : d;
@@ -30,19 +32,21 @@ std::uint32_t first_label(std::uint32_t a, std::uint32_t b, std::uint32_t c, std
 
 }  // namespace
 
-label_map::label_map(const plane& levels, const level_flags& background)
+template <typename label>
+label_map_of<label>::label_map_of(const plane& levels, const level_flags& background)
     : levels_(levels), stride_(static_cast<std::size_t>(levels.width) + 2) {
     for (std::size_t level = 0; level < background.size(); ++level) {
         foreground_[level] = background[level] ? 0 : 1;
     }
     // Fresh pages come zeroed from the system, and those without text are never touched.
     void* const memory =
-        std::calloc(stride_ * static_cast<std::size_t>(levels.height), sizeof(std::uint32_t));
-    labels_.reset(static_cast<std::uint32_t*>(memory));
+        std::calloc(stride_ * static_cast<std::size_t>(levels.height), sizeof(label));
+    labels_.reset(static_cast<label*>(memory));
     if (labels_ == nullptr) throw std::bad_alloc();
 }
 
-std::span<component> label_map::label_line(const text_line& line, bool needed_later) {
+template <typename label>
+std::span<component> label_map_of<label>::label_line(const text_line& line, bool needed_later) {
     components_.clear();
     components_.reserve(usual_components);
     components_.emplace_back();
@@ -58,7 +62,8 @@ std::span<component> label_map::label_line(const text_line& line, bool needed_la
     return std::span(components_).subspan(1);
 }
 
-void label_map::label_box(const rect& box, bool needed_later) {
+template <typename label>
+void label_map_of<label>::label_box(const rect& box, bool needed_later) {
     if (width_of(box) <= 0 || height_of(box) <= 0) return;
     const auto size = static_cast<std::size_t>(height_of(box)) + 2;
     column_.resize(size);
@@ -85,7 +90,8 @@ void label_map::label_box(const rect& box, bool needed_later) {
 }
 
 // A walk down the columns of a tall picture would leave the cache behind at every pixel.
-void label_map::gather_strip(const rect& strip) {
+template <typename label>
+void label_map_of<label>::gather_strip(const rect& strip) {
     const auto rows = static_cast<std::size_t>(height_of(strip));
     const std::int32_t columns = strip.right - strip.left + 1;
     strip_.resize(rows * strip_width);
@@ -107,59 +113,63 @@ void label_map::gather_strip(const rect& strip) {
     }
 }
 
-void label_map::label_column(std::int32_t x, std::int32_t top, std::int32_t bottom,
-                             const std::uint8_t* foreground) {
-    std::uint32_t* const labels = column_.data();  // one row ahead of the flags
-    const std::uint32_t* const before = column_before_.data();
+template <typename label>
+void label_map_of<label>::label_column(std::int32_t x, std::int32_t top, std::int32_t bottom,
+                                       const std::uint8_t* foreground) {
+    label* const labels = column_.data();  // one row ahead of the flags
+    const label* const before = column_before_.data();
     const std::int32_t rows = bottom - top + 1;
     labels[0] = row(top - 1)[x];
     labels[rows + 1] = row(bottom + 1)[x];
-    std::fill_n(labels + 1, rows, 0u);
+    std::fill_n(labels + 1, rows, label{0});
     for (std::int32_t place = 1; place <= rows; ++place) {
         if (foreground[place - 1] == 0) {
             if (rows - place >= run && is_zero_run(foreground + place)) place += run;
             continue;
         }
-        std::uint32_t label =
+        label number =
             first_label(before[place - 1], before[place], before[place + 1], labels[place - 1]);
         const std::int32_t y = top + place - 1;
-        if (label == 0) {
-            label = static_cast<std::uint32_t>(components_.size());
+        if (number == 0) {
+            number = static_cast<label>(components_.size());
             components_.push_back({{x, y, x, y}});
-        } else if (label < components_.size()) {
-            rect& box = components_[label].box;  // begins in this column or before
+        } else if (number < components_.size()) {
+            rect& box = components_[number].box;  // begins in this column or before
             box.right = x;
             box.top = std::min(box.top, y);
             box.bottom = std::max(box.bottom, y);
         }
-        labels[place] = label;
+        labels[place] = number;
     }
 }
 
 // Background has no label in the map either.
-void label_map::keep_column(std::int32_t x, std::int32_t top, std::int32_t bottom) {
-    const std::uint32_t* label = column_.data() + 1;
-    std::uint32_t* kept = row(top) + x;
-    for (std::int32_t y = top; y <= bottom; ++y, ++label, kept += stride_) {
-        if (*label != 0) *kept = *label;
+template <typename label>
+void label_map_of<label>::keep_column(std::int32_t x, std::int32_t top, std::int32_t bottom) {
+    const label* number = column_.data() + 1;
+    label* kept = row(top) + x;
+    for (std::int32_t y = top; y <= bottom; ++y, ++number, kept += stride_) {
+        if (*number != 0) *kept = *number;
     }
 }
 
 // Column by column, with labels that come from the left or from above.
-void label_map::extend_right(const rect& area) {
+template <typename label>
+void label_map_of<label>::extend_right(const rect& area) {
     for (std::int32_t x = area.left; x <= area.right; ++x) {
         for (std::int32_t y = area.top; y <= area.bottom; ++y) {
             if (!is_foreground(levels_.row(y)[x])) continue;
-            const std::uint32_t label =
+            const label number =
                 first_label(row(y - 1)[x - 1], row(y)[x - 1], row(y + 1)[x - 1], row(y - 1)[x]);
-            if (label == 0) continue;
-            row(y)[x] = label;
-            widen(label, x, y);
+            if (number == 0) continue;
+            row(y)[x] = number;
+            widen(number, x, y);
         }
     }
 }
 
-void label_map::extend_rows(const text_line& line) {
+template <typename label>
+void label_map_of<label>::extend_rows(const text_line& line) {
     const rect& bounds = line.bounding_box;
     const std::int32_t left = std::max(bounds.left, 0);
     const std::int32_t right = std::min(bounds.right, levels_.width - 1);
@@ -172,28 +182,39 @@ void label_map::extend_rows(const text_line& line) {
 }
 
 // Whether any pixel got a label.
-bool label_map::extend_to_row(std::int32_t y, std::int32_t labelled_y, std::int32_t left,
-                              std::int32_t right) {
+template <typename label>
+bool label_map_of<label>::extend_to_row(std::int32_t y, std::int32_t labelled_y, std::int32_t left,
+                                        std::int32_t right) {
     const std::uint8_t* const levels = levels_.row(y);
-    const std::uint32_t* const from = row(labelled_y);
-    std::uint32_t* const labels = row(y);
+    const label* const from = row(labelled_y);
+    label* const labels = row(y);
     bool labelled = false;
     for (std::int32_t x = left; x <= right; ++x) {
         if (!is_foreground(levels[x])) continue;
-        const std::uint32_t label = first_label(from[x - 1], from[x], from[x + 1], labels[x - 1]);
-        if (label == 0) continue;
-        labels[x] = label;
-        widen(label, x, y);
+        const label number = first_label(from[x - 1], from[x], from[x + 1], labels[x - 1]);
+        if (number == 0) continue;
+        labels[x] = number;
+        widen(number, x, y);
         labelled = true;
     }
     return labelled;
 }
 
 // A number that another line has left behind need not be one of this line.
-void label_map::widen(std::uint32_t label, std::int32_t x, std::int32_t y) {
-    if (label >= components_.size()) return;
-    rect& box = components_[label].box;
+template <typename label>
+void label_map_of<label>::widen(label number, std::int32_t x, std::int32_t y) {
+    if (number >= components_.size()) return;
+    rect& box = components_[number].box;
     box = hull_of(box, {x, y, x, y});
+}
+
+template class label_map_of<std::uint16_t>;
+template class label_map_of<std::uint32_t>;
+
+bool fit_small_labels(const std::list<text_line*>& lines) {
+    return std::all_of(lines.begin(), lines.end(), [](const text_line* line) {
+        return area_of(line->box) <= std::numeric_limits<std::uint16_t>::max();
+    });
 }
 
 std::vector<bool> needed_later(const std::list<text_line*>& lines) {

@@ -8,35 +8,49 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
+using eight_pixels = std::uint64_t;
+constexpr std::int32_t step = sizeof(eight_pixels);
+
+eight_pixels eight_at(const std::uint8_t* pixels) {
+    eight_pixels read;
+    std::memcpy(&read, pixels, step);
+    return read;
+}
+
 // Counts eight pixels at a time, and the same eight only once with the number of their repeats:
 // pages are mostly paper.
-class repeated_levels {
+class level_counter {
 public:
-    void add(const std::uint8_t* pixels) {
-        if (std::memcmp(last_.data(), pixels, last_.size()) != 0) {
-            count_last();
-            std::memcpy(last_.data(), pixels, last_.size());
+    void add_row(const std::uint8_t* pixels, std::int32_t count) {
+        const std::uint8_t* const end = pixels + count;
+        while (end - pixels >= step) {
+            const std::uint8_t* const first = pixels;
+            const eight_pixels repeated = eight_at(first);
+            do {
+                pixels += step;
+            } while (end - pixels >= step && eight_at(pixels) == repeated);
+            add_eight(first, static_cast<std::uint32_t>((pixels - first) / step));
         }
-        ++repeats_;
+        for (; pixels < end; ++pixels) ++tables_[0][*pixels];
     }
 
-    void add_to(level_counters& sum) {
-        count_last();
+    level_counters sum() const {
+        level_counters result{};
         for (const level_counters& counts : tables_) {
-            for (std::size_t level = 0; level < sum.size(); ++level) sum[level] += counts[level];
+            for (std::size_t level = 0; level < result.size(); ++level) {
+                result[level] += counts[level];
+            }
         }
+        return result;
     }
 
 private:
-    void count_last() {
-        for (std::size_t place = 0; place < last_.size(); ++place) {
-            tables_[place % tables_.size()][last_[place]] += repeats_;
+    void add_eight(const std::uint8_t* pixels, std::uint32_t repeats) {
+        for (std::size_t place = 0; place < step; ++place) {
+            tables_[place % tables_.size()][pixels[place]] += repeats;
         }
-        repeats_ = 0;
     }
 
-    std::array<std::uint8_t, 8> last_{};
-    std::uint32_t repeats_ = 0;
     // A counter that was just written is slow to read again, and neighbours are often equal.
     std::array<level_counters, 4> tables_{};
 };
@@ -44,16 +58,11 @@ private:
 }  // namespace
 
 level_counters count_levels(const plane& levels, const rect& area) {
-    level_counters sum{};
-    repeated_levels repeated;
+    level_counter counter;
     for (std::int32_t y = area.top; y <= area.bottom; ++y) {
-        const std::uint8_t* const row = levels.row(y);
-        std::int32_t x = area.left;
-        for (; x + 8 <= area.right + 1; x += 8) repeated.add(row + x);
-        for (; x <= area.right; ++x) ++sum[row[x]];
+        counter.add_row(levels.row(y) + area.left, area.right - area.left + 1);
     }
-    repeated.add_to(sum);
-    return sum;
+    return counter.sum();
 }
 
 std::uint8_t most_frequent_level(const level_counters& counts) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "image/cell_grid.h"
 #include "image/rect.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
@@ -31,17 +32,8 @@ private:
         rect place;
         bool taken;
     };
-    struct cell_range {
-        std::int32_t left, top, right, bottom;
-    };
 
-    cell_range cells_of(const rect& place) const;
-    std::vector<std::uint32_t>& cell(std::int32_t column, std::int32_t row);
-
-    rect extent_;
-    std::int32_t columns_;
-    std::int32_t rows_;
-    std::vector<std::vector<std::uint32_t>> cells_;  // indices into entries_
+    cell_grid cells_;  // indices into entries_
     std::vector<entry> entries_;
 };
 

@@ -7,18 +7,6 @@ namespace brindlemoss::analysis::plugins::image_analysis {
 
 namespace {
 
-constexpr std::int64_t cell_side = 64;  // pixels; lines of text are some tens of pixels high
-
-std::int32_t cell_count(std::int64_t length) {
-    return static_cast<std::int32_t>(
-        std::max<std::int64_t>((length + cell_side - 1) / cell_side, 1));
-}
-
-std::int32_t cell_number(std::int64_t offset, std::int32_t count) {
-    return static_cast<std::int32_t>(
-        std::clamp<std::int64_t>(offset < 0 ? 0 : offset / cell_side, 0, count - 1));
-}
-
 rect with_tolerance(const rect& r) {
     return {r.left - 1, r.top - 1, r.right + 1, r.bottom + 1};
 }
@@ -44,11 +32,7 @@ std::array<rect, 4> beyond(const rect& area, const rect& inner) {
 }  // namespace
 
 region_set::region_set(const rect& extent, const checkpoints& checkpoint)
-    : extent_(extent),
-      columns_(cell_count(width_of(extent))),
-      rows_(cell_count(height_of(extent))),
-      cells_(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_)),
-      checkpoint_(checkpoint) {}
+    : cells_(extent), checkpoint_(checkpoint) {}
 
 void region_set::add(const rect& region) {
     rect area = region;
@@ -86,16 +70,15 @@ std::uint32_t region_set::survivor_of(const std::vector<std::uint32_t>& swallowe
 }
 
 // Enters the number in the cells of `place` that are not among those where it stands already.
-void region_set::settle(std::uint32_t number, const rect& place, const cell_range& settled) {
-    const cell_range range = cells_of(place);
+void region_set::settle(std::uint32_t number, const rect& place, const cell_grid::range& settled) {
+    const cell_grid::range range = cells_of(place);
     for (std::int32_t row = range.top; row <= range.bottom; ++row) {
-        const bool row_settled = row >= settled.top && row <= settled.bottom;
         for (std::int32_t column = range.left; column <= range.right; ++column) {
-            if (row_settled && column >= settled.left && column <= settled.right) {
+            if (settled.holds(column, row)) {
                 column = settled.right;
                 continue;
             }
-            cell(column, row).push_back(number);
+            cells_.at(column, row).push_back(number);
         }
     }
 }
@@ -109,11 +92,11 @@ void region_set::swallow_touching(const rect& area, const rect& quiet,
     }
 }
 
-void region_set::swallow_in(const cell_range& range, const rect& searched,
+void region_set::swallow_in(const cell_grid::range& range, const rect& searched,
                             std::vector<std::uint32_t>& swallowed) {
     for (std::int32_t row = range.top; row <= range.bottom; ++row) {
         for (std::int32_t column = range.left; column <= range.right; ++column) {
-            std::vector<std::uint32_t>& numbers = cell(column, row);
+            std::vector<std::uint32_t>& numbers = cells_.at(column, row);
             std::erase_if(numbers, [&](std::uint32_t number) {
                 entry& each = entries_[number];
                 if (each.state == standing::in_set && meet(searched, each.place)) {
@@ -127,18 +110,9 @@ void region_set::swallow_in(const cell_range& range, const rect& searched,
 }
 
 // A region whose edges stand in reverse order can only touch what reaches both of them.
-region_set::cell_range region_set::cells_of(const rect& place) const {
-    const std::int64_t left = std::min(place.left, place.right);
-    const std::int64_t right = std::max(place.left, place.right);
-    return {cell_number(left - extent_.left, columns_),
-            cell_number(std::int64_t{place.top} - extent_.top, rows_),
-            cell_number(right - extent_.left, columns_),
-            cell_number(std::int64_t{place.bottom} - extent_.top, rows_)};
-}
-
-std::vector<std::uint32_t>& region_set::cell(std::int32_t column, std::int32_t row) {
-    return cells_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
-                  static_cast<std::size_t>(column)];
+cell_grid::range region_set::cells_of(const rect& place) const {
+    return cells_.cells_of({std::min(place.left, place.right), place.top,
+                            std::max(place.left, place.right), place.bottom});
 }
 
 std::vector<rect> region_set::regions() const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "image/cell_grid.h"
 #include "image/checkpoints.h"
 #include "image/rect.h"
 
@@ -34,23 +35,16 @@ private:
         std::size_t arrival;  // of the last region that it took in
         standing state;
     };
-    struct cell_range {
-        std::int32_t left, top, right, bottom;
-    };
 
     void swallow_touching(const rect& area, const rect& quiet,
                           std::vector<std::uint32_t>& swallowed);
-    void swallow_in(const cell_range& range, const rect& searched,
+    void swallow_in(const cell_grid::range& range, const rect& searched,
                     std::vector<std::uint32_t>& swallowed);
     std::uint32_t survivor_of(const std::vector<std::uint32_t>& swallowed);
-    void settle(std::uint32_t number, const rect& place, const cell_range& settled);
-    cell_range cells_of(const rect& place) const;
-    std::vector<std::uint32_t>& cell(std::int32_t column, std::int32_t row);
+    void settle(std::uint32_t number, const rect& place, const cell_grid::range& settled);
+    cell_grid::range cells_of(const rect& place) const;
 
-    rect extent_;
-    std::int32_t columns_;
-    std::int32_t rows_;
-    std::vector<std::vector<std::uint32_t>> cells_;  // indices into entries_
+    cell_grid cells_;  // indices into entries_
     std::vector<entry> entries_;
     std::size_t arrivals_ = 0;
     const checkpoints& checkpoint_;

@@ -38,8 +38,9 @@ inline std::int32_t gentle_stretch(const std::uint8_t* first, std::int32_t count
         std::uint8_t least = 255;
         std::uint8_t most = 0;
         for (std::int32_t index = 0; index < chunk; ++index) {
-            least = std::min(least, first[index]);
-            most = std::max(most, first[index]);
+            const std::uint8_t level = first[index];  // by value, or no vector code comes of it
+            least = std::min(least, level);
+            most = std::max(most, level);
         }
         if (std::max<int>(most, base) - std::min<int>(least, base) > gentle) break;
         base = first[chunk - 1];

@@ -131,11 +131,19 @@ std::array<bool, columns_in_block> flat_columns(const plane& levels, const rect&
 
 flatness::flatness(const plane& levels) : levels_(levels), words_(words_for(levels.width)) {
     steps_right_.resize(words_ * static_cast<std::size_t>(levels.height));
+    breaks_right_.resize(steps_right_.size());
     steps_down_.resize(steps_right_.size());
     for (std::int32_t y = 0; y < levels.height; ++y) {
         const std::uint8_t* const row = levels.row(y);
         const std::size_t start = static_cast<std::size_t>(y) * words_;
         mark_steps(row, row + 1, levels.width - 1, &steps_right_[start]);
+        mark_steps(row, row + 2, levels.width - 2, &breaks_right_[start]);
+        bit_word step_before = 0;
+        for (std::size_t index = start; index < start + words_; ++index) {
+            const bit_word steps = steps_right_[index];
+            breaks_right_[index] &= steps & ~(steps << 1 | step_before);
+            step_before = steps >> (word_bits - 1);
+        }
         if (y + 1 < levels.height) {
             mark_steps(row, levels.row(y + 1), levels.width, &steps_down_[start]);
         }
@@ -143,10 +151,27 @@ flatness::flatness(const plane& levels) : levels_(levels), words_(words_for(leve
 }
 
 bool flatness::is_flat(const rect& area) const {
+    if (has_break(area)) return false;
     for (std::int32_t y = area.top; y <= area.bottom; ++y) {
         if (!is_flat_row(y, area.left, area.right)) return false;
     }
     return are_flat_columns(area);
+}
+
+// Whether a row is surely not uniform. Nearly all areas of a photo are told by this.
+bool flatness::has_break(const rect& area) const {
+    if (width_of(area) < samples) return false;
+    // A walk may begin at another level than the row, and ends with it.
+    const std::int32_t first = area.left + 1;
+    const std::int32_t last = area.right - 2;
+    for (std::size_t index = word_of(first); index <= word_of(last); ++index) {
+        const bit_word inside = bits_between(index, first, last);
+        for (std::int32_t y = area.top; y <= area.bottom; ++y) {
+            const bit_word breaks = breaks_right_[static_cast<std::size_t>(y) * words_ + index];
+            if ((breaks & inside) != 0) return true;
+        }
+    }
+    return false;
 }
 
 bool flatness::is_flat_row(std::int32_t y, std::int32_t left, std::int32_t right) const {

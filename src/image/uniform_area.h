@@ -34,6 +34,7 @@ public:
     bool is_flat(const rect& area) const;
 
 private:
+    bool has_break(const rect& area) const;
     bool is_flat_row(std::int32_t y, std::int32_t left, std::int32_t right) const;
     bool are_flat_columns(const rect& area) const;
 
@@ -41,6 +42,9 @@ private:
     std::size_t words_;                  // of a row
     std::vector<bit_word> steps_right_;  // between a pixel and the one on its right
     std::vector<bit_word> steps_down_;   // and the one below it
+    // Steps on the right of a pixel that a walk has come to, back from which the second pixel does
+    // not lead either: no walk passes there.
+    std::vector<bit_word> breaks_right_;
 };
 
 }  // namespace brindlemoss::analysis::plugins::image_analysis

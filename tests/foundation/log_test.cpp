@@ -187,8 +187,14 @@ TEST_F(log_file_test, lines_are_added_to_what_stands_there) {
     log log;
     log.add_listener(0, std::make_unique<log::file>(base_, 1000, 1));
     log.write(0, "one");
-    log.write(4, "two\nhalves");
-    EXPECT_EQ(current(), "before\r\n" + stamp + "#  one\r\n" + stamp + ">  two\nhalves\r\n");
+    log.write(4, "two");
+    EXPECT_EQ(current(), "before\r\n" + stamp + "#  one\r\n" + stamp + ">  two\r\n");
+}
+
+TEST_F(log_file_test, text_from_outside_makes_no_line_of_its_own) {
+    log::file file(base_, 1000, 0);
+    write(file, std::string("a\r\nb\x1B[1m\0\x7F\t\xC3\xA9", 13));
+    EXPECT_EQ(current(), "a??b?[1m??\t\xC3\xA9\r\n");
 }
 
 TEST_F(log_file_test, rotates_before_the_line_that_finds_the_file_full) {

@@ -214,6 +214,7 @@ TEST(label_map, labels_as_the_slow_way_does) {
         const std::int32_t width = picture.result.width, height = picture.result.height;
         const level_flags background = paper_is_background();
         label_map map(picture.result, background);
+        small_label_map small_map(picture.result, background);
         slow_labels slow(picture.result);
         std::list<text_line> lines;
         for (std::size_t left = random() % 5; left < 6; ++left) {
@@ -229,13 +230,21 @@ TEST(label_map, labels_as_the_slow_way_does) {
         std::size_t number = 0;
         for (const text_line& line : lines) {
             private_lines += !needed[number];
-            ASSERT_EQ(boxes_of(map.label_line(line, needed[number])),
-                      slow.label_line(line.box, line.bounding_box))
-                << number;
+            const std::vector<rect> expected = slow.label_line(line.box, line.bounding_box);
+            ASSERT_EQ(boxes_of(map.label_line(line, needed[number])), expected) << number;
+            ASSERT_EQ(boxes_of(small_map.label_line(line, needed[number])), expected) << number;
             ++number;
         }
     }
     EXPECT_GT(private_lines, 500u);
+}
+
+TEST(label_map, has_small_labels_for_boxes_of_fewer_than_65536_pixels) {
+    std::list<text_line> lines;
+    lines.emplace_back(rect{1, 1, 255, 257});
+    EXPECT_TRUE(fit_small_labels(valid_lines(lines)));
+    lines.emplace_back(rect{1, 1, 256, 256});
+    EXPECT_FALSE(fit_small_labels(valid_lines(lines)));
 }
 
 TEST(needed_later, tells_lines_at_which_later_ones_look) {

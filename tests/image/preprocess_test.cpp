@@ -234,7 +234,7 @@ TEST(smoothing, does_as_one_would_by_hand) {
     level_table table;
     for (auto& entry : table) entry = static_cast<std::uint8_t>(random());
     for (const auto& [width, height] : std::vector<std::pair<int, int>>{
-             {1, 1}, {1, 2}, {2, 1}, {1, 9}, {9, 1}, {2, 2}, {2, 9}, {3, 3}, {18, 7}, {61, 50}}) {
+             {1, 1}, {1, 2}, {2, 1}, {1, 9}, {9, 1}, {2, 2}, {2, 9}, {3, 3}, {18, 7}, {150, 9}}) {
         for (const unsigned levels : {2u, 6u, 256u}) {
             SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
             plane before(width, height);
