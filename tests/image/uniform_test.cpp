@@ -63,7 +63,7 @@ TEST(uniform, ends_at_the_stray_that_the_limit_names) {
 TEST(uniform, is_the_same_along_rows_and_columns) {
     std::mt19937 random(3);
     for (int round = 0; round < 3000; ++round) {
-        const auto length = static_cast<std::int32_t>(random() % 200);
+        const auto length = static_cast<std::int32_t>(1 + random() % 200);
         plane row(length, 1);
         plane column(3, length);
         std::uint32_t level = 100;

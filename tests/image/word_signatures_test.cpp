@@ -59,7 +59,7 @@ heights falling(std::int32_t count, std::int32_t first = 100) {
     return result;
 }
 
-std::string of_falling(std::initializer_list<int> counts) {
+std::string of_falling(const std::vector<int>& counts) {
     std::string result = "[ocr-v8.0a]";
     for (const int count : counts) {
         if (result.size() > 11) result += ".1";
@@ -86,7 +86,7 @@ TEST(make_word_signatures, join_small_blocks_in_windows) {
     const struct {
         const char* name;
         std::vector<int> blocks;
-        std::vector<std::initializer_list<int>> windows;
+        std::vector<std::vector<int>> windows;
     } rows[] = {
         {"29 are too few", {29}, {}},
         {"29 and 1", {29, 1}, {{29, 1}}},
