@@ -1,11 +1,11 @@
 #include "cli/community_command.h"
 
-#include <CLI/CLI.hpp>
 #include <exception>
 
 #include "cli/console.h"
 #include "cli/json_writer.h"
 #include "cli/registry_access.h"
+#include "cli/subcommand_action.h"
 #include "community/client.h"
 #include "community/communication.h"
 #include "foundation/module.h"
@@ -141,14 +141,6 @@ void act(const community_options& options) {
         case action::reset: return reset(options);
         case action::use: return use(options);
     }
-}
-
-CLI::App* add_action(CLI::App& community, community_options& options, action wanted,
-                     const char* name, const char* description) {
-    CLI::App* added = community.add_subcommand(name, description);
-    added->add_flag("--json", options.json, "Print one JSON object a line");
-    added->callback([&options, wanted] { options.wanted = wanted; });
-    return added;
 }
 
 }  // namespace

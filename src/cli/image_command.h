@@ -3,6 +3,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace brindlemoss::cli {
 
 struct image_options {
@@ -13,6 +17,9 @@ struct image_options {
     bool checkpoints = false;  // print every stage with its rectangles
     bool json = false;
 };
+
+// The subcommand `image`. The options must outlive the program's parsing.
+CLI::App* add_image(CLI::App& program, image_options& options);
 
 // Runs the text engine on picture files and prints what it saw. Gives the exit code.
 int run_image(const image_options& options);

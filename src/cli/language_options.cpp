@@ -1,22 +1,10 @@
-#include <CLI/CLI.hpp>
-
 #include "cli/language_command.h"
+
+#include "cli/subcommand_action.h"
 
 namespace brindlemoss::cli {
 
-namespace {
-
 using action = language_options::action;
-
-CLI::App* add_action(CLI::App& command, language_options& options, action wanted, const char* name,
-                     const char* description) {
-    CLI::App* added = command.add_subcommand(name, description);
-    added->add_flag("--json", options.json, "Print one JSON object a line");
-    added->callback([&options, wanted] { options.wanted = wanted; });
-    return added;
-}
-
-}  // namespace
 
 CLI::App* add_language(CLI::App& program, language_options& options) {
     CLI::App* command =

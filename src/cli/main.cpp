@@ -99,24 +99,6 @@ CLI::App* add_registry(CLI::App& program, registry_options& options) {
     return command;
 }
 
-CLI::App* add_image(CLI::App& program, image_options& options) {
-    CLI::App* command =
-        program.add_subcommand("image", "Tell what the search for text sees in a picture");
-    command->add_option("PATH", options.paths, "Picture files, or - for standard input")
-        ->required();
-    command->add_option("--overlay", options.overlay,
-                        "Draw what was found over the picture, into this PNG file");
-    command
-        ->add_option("--show", options.show,
-                     "Draw only the rectangles of the checkpoint of this label; may be repeated")
-        ->expected(1)
-        ->take_all();
-    command->add_flag("--checkpoints", options.checkpoints,
-                      "Print every stage with the rectangles that it held");
-    command->add_flag("--json", options.json, "Print one JSON object a picture");
-    return command;
-}
-
 CLI::App* add_stats(CLI::App& program, stats_options& options) {
     CLI::App* command = program.add_subcommand("stats", "Print the counters");
     command->add_flag("--json", options.json, "Print one JSON object");

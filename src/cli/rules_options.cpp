@@ -1,20 +1,12 @@
-#include <CLI/CLI.hpp>
-
 #include "cli/rules_command.h"
+
+#include "cli/subcommand_action.h"
 
 namespace brindlemoss::cli {
 
 namespace {
 
 using action = rules_options::action;
-
-CLI::App* add_action(CLI::App& command, rules_options& options, action wanted, const char* name,
-                     const char* description) {
-    CLI::App* added = command.add_subcommand(name, description);
-    added->add_flag("--json", options.json, "Print one JSON object a line");
-    added->callback([&options, wanted] { options.wanted = wanted; });
-    return added;
-}
 
 CLI::App* add_list(CLI::App& rules, rules_options& options, rules_options::list which,
                    const char* name, const char* description) {

@@ -1,17 +1,21 @@
 #include "image/bitmap.h"
 
 #include <FreeImage.h>
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <optional>
 #include <string>
+#include <type_traits>
 
 #include "foundation/module.h"
 #include "foundation/sync.h"
+#include "platform/shared_library.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
+
+using replay::platform::shared_library;
 
 namespace {
 
@@ -75,52 +79,57 @@ void take_message(FREE_IMAGE_FORMAT, const char* message) noexcept try {
 } catch (const std::exception&) {
 }
 
-template <typename function>
-bool find(void* library, const char* name, function& found) {
-    found = reinterpret_cast<function>(::dlsym(library, name));
-    return found != nullptr;
-}
-
-bool find_all(void* library, decoder_functions& all) {
-    const auto get = [library](const char* name, auto& found) {
-        return find(library, name, found);
+// Throws shared_library::failure where a function is missing.
+decoder_functions find_all(const shared_library& library) {
+    decoder_functions all{};
+    const auto get = [&](const char* name, auto& found) {
+        found = library.symbol<std::remove_reference_t<decltype(found)>>(name);
     };
-    return get("FreeImage_Initialise", all.initialise) &&
-           get("FreeImage_DeInitialise", all.de_initialise) &&
-           get("FreeImage_SetOutputMessage", all.set_output_message) &&
-           get("FreeImage_GetFIFCount", all.format_count) &&
-           get("FreeImage_SetPluginEnabled", all.set_reader_enabled) &&
-           get("FreeImage_OpenMemory", all.open_memory) &&
-           get("FreeImage_CloseMemory", all.close_memory) &&
-           get("FreeImage_SeekMemory", all.seek_memory) &&
-           get("FreeImage_LoadFromMemory", all.load) &&
-           get("FreeImage_LoadMultiBitmapFromMemory", all.load_pages) &&
-           get("FreeImage_CloseMultiBitmap", all.close_pages) &&
-           get("FreeImage_GetPageCount", all.page_count) &&
-           get("FreeImage_LockPage", all.lock_page) &&
-           get("FreeImage_UnlockPage", all.unlock_page) &&
-           get("FreeImage_GetMetadata", all.metadata) &&
-           get("FreeImage_GetTagType", all.tag_type) &&
-           get("FreeImage_GetTagLength", all.tag_length) &&
-           get("FreeImage_GetTagValue", all.tag_value) &&
-           get("FreeImage_ConvertTo24Bits", all.to_24_bits) &&
-           get("FreeImage_Allocate", all.allocate) && get("FreeImage_Paste", all.paste) &&
-           get("FreeImage_Save", all.save) && get("FreeImage_Unload", all.unload) &&
-           get("FreeImage_GetWidth", all.width) && get("FreeImage_GetHeight", all.height) &&
-           get("FreeImage_GetBPP", all.bits_per_pixel) && get("FreeImage_GetImageType", all.type) &&
-           get("FreeImage_GetBits", all.bits) && get("FreeImage_GetPitch", all.pitch);
+    get("FreeImage_Initialise", all.initialise);
+    get("FreeImage_DeInitialise", all.de_initialise);
+    get("FreeImage_SetOutputMessage", all.set_output_message);
+    get("FreeImage_GetFIFCount", all.format_count);
+    get("FreeImage_SetPluginEnabled", all.set_reader_enabled);
+    get("FreeImage_OpenMemory", all.open_memory);
+    get("FreeImage_CloseMemory", all.close_memory);
+    get("FreeImage_SeekMemory", all.seek_memory);
+    get("FreeImage_LoadFromMemory", all.load);
+    get("FreeImage_LoadMultiBitmapFromMemory", all.load_pages);
+    get("FreeImage_CloseMultiBitmap", all.close_pages);
+    get("FreeImage_GetPageCount", all.page_count);
+    get("FreeImage_LockPage", all.lock_page);
+    get("FreeImage_UnlockPage", all.unlock_page);
+    get("FreeImage_GetMetadata", all.metadata);
+    get("FreeImage_GetTagType", all.tag_type);
+    get("FreeImage_GetTagLength", all.tag_length);
+    get("FreeImage_GetTagValue", all.tag_value);
+    get("FreeImage_ConvertTo24Bits", all.to_24_bits);
+    get("FreeImage_Allocate", all.allocate);
+    get("FreeImage_Paste", all.paste);
+    get("FreeImage_Save", all.save);
+    get("FreeImage_Unload", all.unload);
+    get("FreeImage_GetWidth", all.width);
+    get("FreeImage_GetHeight", all.height);
+    get("FreeImage_GetBPP", all.bits_per_pixel);
+    get("FreeImage_GetImageType", all.type);
+    get("FreeImage_GetBits", all.bits);
+    get("FreeImage_GetPitch", all.pitch);
+    return all;
 }
 
 struct decoder_library {
     decoder_library() {
-        void* const library = ::dlopen(library_name, RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
-        is_open = library != nullptr && find_all(library, functions);
-        if (is_open) return;
-        const char* const reason = ::dlerror();
-        log_line(std::string("Pictures are not decoded, no ") + library_name + ": " +
-                 (reason != nullptr ? reason : "unknown reason"));
+        try {
+            library.emplace(library_name);
+            functions = find_all(*library);
+            is_open = true;
+        } catch (const shared_library::failure& failure) {
+            log_line(std::string("Pictures are not decoded, no ") + library_name + ": " +
+                     failure.what());
+        }
     }
 
+    std::optional<shared_library> library;
     decoder_functions functions{};
     bool is_open = false;
     replay::mutex counting;

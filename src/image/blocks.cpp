@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "image/cell_grid.h"
 #include "image/line_groups.h"
 #include "image/line_lists.h"
 #include "image/line_measures.h"
@@ -18,18 +19,6 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 
 namespace {
-
-// The parts of `whole` outside `part`, which lies within it; some may be empty.
-std::array<rect, 4> remainder(const rect& whole, const rect& part) {
-    return {{{whole.left, whole.top, whole.right, part.top - 1},
-             {whole.left, part.bottom + 1, whole.right, whole.bottom},
-             {whole.left, part.top, part.left - 1, part.bottom},
-             {part.right + 1, part.top, whole.right, part.bottom}}};
-}
-
-bool is_empty(const rect& area) {
-    return width_of(area) <= 0 || height_of(area) <= 0;
-}
 
 // Blocks in the order in which they were finished, no two of which touch, to be found by place.
 //
@@ -65,32 +54,20 @@ private:
     void find_touched(const rect& area, first_finished& touched);
     void add_piece(const rect& area, std::size_t owner);
 
-    static constexpr std::int32_t cell_side = 64;
-    rect extent_;
-    std::int32_t columns_;
-    std::vector<std::vector<piece>> cells_;
+    cell_grid<piece> cells_;
     std::vector<record> records_;
     std::list<block>& blocks_;
 };
 
 finished_blocks::finished_blocks(const rect& extent, std::list<block>& blocks)
-    : extent_(extent), columns_(0), blocks_(blocks) {
-    if (is_empty(extent)) return;
-    columns_ = static_cast<std::int32_t>((width_of(extent) - 1) / cell_side + 1);
-    const std::int64_t rows = (height_of(extent) - 1) / cell_side + 1;
-    cells_.resize(static_cast<std::size_t>(columns_ * rows));
-}
+    : cells_(extent), blocks_(blocks) {}
 
 template <typename visitor>
 void finished_blocks::for_each_cell(const rect& area, visitor visit) {
-    const std::int32_t left = std::max(area.left, extent_.left) - extent_.left;
-    const std::int32_t top = std::max(area.top, extent_.top) - extent_.top;
-    const std::int32_t right = std::min(area.right, extent_.right) - extent_.left;
-    const std::int32_t bottom = std::min(area.bottom, extent_.bottom) - extent_.top;
-    for (std::int32_t row = top / cell_side; row <= bottom / cell_side; ++row) {
-        for (std::int32_t column = left / cell_side; column <= right / cell_side; ++column) {
-            visit(cells_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
-                         static_cast<std::size_t>(column)]);
+    const cell_range range = cells_.cells_of(area);
+    for (std::int32_t row = range.top; row <= range.bottom; ++row) {
+        for (std::int32_t column = range.left; column <= range.right; ++column) {
+            visit(cells_.at(column, row));
         }
     }
 }
@@ -143,7 +120,7 @@ void finished_blocks::add(block&& fresh) {
         if (!largest || area_of(taken) > area_of(*largest)) largest = taken;
         // Nothing new touches either of the two boxes, only what they grow into together.
         const rect& known = area_of(taken) > area_of(before) ? taken : before;
-        for (const rect& grown : remainder(added.box, known)) {
+        for (const rect& grown : remainder_of(added.box, known)) {
             if (!is_empty(grown)) find_touched(grown, touched);
         }
     }
@@ -152,7 +129,7 @@ void finished_blocks::add(block&& fresh) {
         add_piece(added.box, number);
         return;
     }
-    for (const rect& grown : remainder(added.box, *largest)) {
+    for (const rect& grown : remainder_of(added.box, *largest)) {
         if (!is_empty(grown)) add_piece(grown, number);
     }
 }

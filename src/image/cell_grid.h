@@ -9,18 +9,20 @@
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 
-// Numbers by place: squares of a grid, each with the numbers entered there. What lies outside the
+// Cells of a grid, edges inclusive.
+struct cell_range {
+    bool holds(std::int32_t column, std::int32_t row) const {
+        return column >= left && column <= right && row >= top && row <= bottom;
+    }
+
+    std::int32_t left, top, right, bottom;
+};
+
+// Things by place: squares of a grid, each with what was entered there. What lies outside the
 // extent counts to the cells at its rim.
+template <typename entry>
 class cell_grid {
 public:
-    struct range {
-        std::int32_t left, top, right, bottom;
-
-        bool holds(std::int32_t column, std::int32_t row) const {
-            return column >= left && column <= right && row >= top && row <= bottom;
-        }
-    };
-
     explicit cell_grid(const rect& extent)
         : extent_(extent),
           columns_(count_of(width_of(extent))),
@@ -28,14 +30,14 @@ public:
           cells_(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_)) {}
 
     // The cells that a rectangle reaches into.
-    range cells_of(const rect& place) const {
+    cell_range cells_of(const rect& place) const {
         return {number_of(std::int64_t{place.left} - extent_.left, columns_),
                 number_of(std::int64_t{place.top} - extent_.top, rows_),
                 number_of(std::int64_t{place.right} - extent_.left, columns_),
                 number_of(std::int64_t{place.bottom} - extent_.top, rows_)};
     }
 
-    std::vector<std::uint32_t>& at(std::int32_t column, std::int32_t row) {
+    std::vector<entry>& at(std::int32_t column, std::int32_t row) {
         return cells_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
                       static_cast<std::size_t>(column)];
     }
@@ -54,7 +56,7 @@ private:
     rect extent_;
     std::int32_t columns_;
     std::int32_t rows_;
-    std::vector<std::vector<std::uint32_t>> cells_;
+    std::vector<std::vector<entry>> cells_;
 };
 
 }  // namespace brindlemoss::analysis::plugins::image_analysis

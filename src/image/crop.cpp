@@ -49,7 +49,7 @@ public:
             const std::uint8_t base = base_[i];
             const std::uint8_t low = level < base ? level : base;
             const std::uint8_t high = level < base ? base : level;
-            const bool near = static_cast<std::uint8_t>(high - low) <= gentle;
+            const bool near = static_cast<std::uint8_t>(high - low) <= gentle_step;
             base_[i] = near ? level : base;
             const auto strays = static_cast<std::uint8_t>(near ? 0 : strays_[i] + 1);
             strays_[i] = strays;
@@ -76,7 +76,7 @@ public:
         for (std::int32_t i = 0; i < block_columns; ++i) {
             widest = std::max(widest, static_cast<std::uint8_t>(most[i] - least[i]));
         }
-        if (widest > gentle) return false;
+        if (widest > gentle_step) return false;
         std::copy_n(row - step, block_columns, base_);
         std::fill_n(strays_, block_columns, std::uint8_t{0});
         return true;
@@ -85,8 +85,6 @@ public:
     bool uniform(std::int32_t column) const { return failed_[column] == 0; }
 
 private:
-    static constexpr std::uint8_t gentle = 15;
-
     alignas(block_columns) std::uint8_t base_[block_columns];
     alignas(block_columns) std::uint8_t strays_[block_columns] = {};
     alignas(block_columns) std::uint8_t failed_[block_columns];

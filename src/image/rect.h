@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <limits>
 
@@ -35,6 +36,10 @@ constexpr std::int64_t area_of(const rect& r) {
     return width_of(r) * height_of(r);
 }
 
+constexpr bool is_empty(const rect& r) {
+    return width_of(r) <= 0 || height_of(r) <= 0;
+}
+
 constexpr rect hull_of(const rect& a, const rect& b) {
     return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
             std::max(a.bottom, b.bottom)};
@@ -66,6 +71,14 @@ constexpr std::int64_t vertical_gap(const rect& a, const rect& b) {
 // Whether they overlap or adjoin, also at a corner.
 constexpr bool touch(const rect& a, const rect& b) {
     return horizontal_gap(a, b) <= 1 && vertical_gap(a, b) <= 1;
+}
+
+// Pieces that cover what `whole` has beyond `part`, which lies within it; some may be empty.
+constexpr std::array<rect, 4> remainder_of(const rect& whole, const rect& part) {
+    return {rect{whole.left, whole.top, whole.right, part.top - 1},
+            rect{whole.left, part.bottom + 1, whole.right, whole.bottom},
+            rect{whole.left, part.top, part.left - 1, part.bottom},
+            rect{part.right + 1, part.top, whole.right, part.bottom}};
 }
 
 // The smallest picture, or piece of one, in which text is looked for.

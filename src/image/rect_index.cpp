@@ -16,10 +16,10 @@ bool contains(const rect& outer, const rect& inner) {
 rect_index::rect_index(const rect& extent) : cells_(extent) {}
 
 void rect_index::add(std::size_t id, const rect& place) {
-    if (width_of(place) <= 0 || height_of(place) <= 0) return;
+    if (is_empty(place)) return;
     const auto number = static_cast<std::uint32_t>(entries_.size());
     entries_.push_back({id, place, false});
-    const cell_grid::range range = cells_.cells_of(place);
+    const cell_range range = cells_.cells_of(place);
     for (std::int32_t row = range.top; row <= range.bottom; ++row) {
         for (std::int32_t column = range.left; column <= range.right; ++column) {
             cells_.at(column, row).push_back(number);
@@ -28,10 +28,10 @@ void rect_index::add(std::size_t id, const rect& place) {
 }
 
 void rect_index::take(const rect& area, std::vector<std::size_t>& found, const rect* emptied) {
-    if (width_of(area) <= 0 || height_of(area) <= 0) return;
-    const cell_grid::range range = cells_.cells_of(area);
+    if (is_empty(area)) return;
+    const cell_range range = cells_.cells_of(area);
     // The cells at the rim of the area emptied may hold rectangles outside it.
-    cell_grid::range done{0, 0, -1, -1};
+    cell_range done{0, 0, -1, -1};
     if (emptied != nullptr && contains(area, *emptied)) {
         done = cells_.cells_of(*emptied);
         done = {done.left + 1, done.top + 1, done.right - 1, done.bottom - 1};

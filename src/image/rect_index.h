@@ -33,7 +33,7 @@ private:
         bool taken;
     };
 
-    cell_grid cells_;  // indices into entries_
+    cell_grid<std::uint32_t> cells_;  // indices into entries_
     std::vector<entry> entries_;
 };
 

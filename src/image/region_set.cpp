@@ -17,18 +17,6 @@ bool meet(const rect& searched, const rect& other) {
            other.left <= searched.right && other.right >= searched.left;
 }
 
-bool is_empty(const rect& r) {
-    return width_of(r) <= 0 || height_of(r) <= 0;
-}
-
-// Pieces that cover what `area` has beyond `inner`, which lies within it.
-std::array<rect, 4> beyond(const rect& area, const rect& inner) {
-    return {rect{area.left, area.top, area.right, inner.top - 1},
-            rect{area.left, inner.bottom + 1, area.right, area.bottom},
-            rect{area.left, inner.top, inner.left - 1, inner.bottom},
-            rect{inner.right + 1, inner.top, area.right, inner.bottom}};
-}
-
 }  // namespace
 
 region_set::region_set(const rect& extent, const checkpoints& checkpoint)
@@ -70,8 +58,8 @@ std::uint32_t region_set::survivor_of(const std::vector<std::uint32_t>& swallowe
 }
 
 // Enters the number in the cells of `place` that are not among those where it stands already.
-void region_set::settle(std::uint32_t number, const rect& place, const cell_grid::range& settled) {
-    const cell_grid::range range = cells_of(place);
+void region_set::settle(std::uint32_t number, const rect& place, const cell_range& settled) {
+    const cell_range range = cells_of(place);
     for (std::int32_t row = range.top; row <= range.bottom; ++row) {
         for (std::int32_t column = range.left; column <= range.right; ++column) {
             if (settled.holds(column, row)) {
@@ -87,12 +75,12 @@ void region_set::swallow_touching(const rect& area, const rect& quiet,
                                   std::vector<std::uint32_t>& swallowed) {
     const rect searched = with_tolerance(area);
     if (is_empty(quiet)) return swallow_in(cells_of(searched), searched, swallowed);
-    for (const rect& piece : beyond(searched, with_tolerance(quiet))) {
+    for (const rect& piece : remainder_of(searched, with_tolerance(quiet))) {
         if (!is_empty(piece)) swallow_in(cells_of(piece), searched, swallowed);
     }
 }
 
-void region_set::swallow_in(const cell_grid::range& range, const rect& searched,
+void region_set::swallow_in(const cell_range& range, const rect& searched,
                             std::vector<std::uint32_t>& swallowed) {
     for (std::int32_t row = range.top; row <= range.bottom; ++row) {
         for (std::int32_t column = range.left; column <= range.right; ++column) {
@@ -110,7 +98,7 @@ void region_set::swallow_in(const cell_grid::range& range, const rect& searched,
 }
 
 // A region whose edges stand in reverse order can only touch what reaches both of them.
-cell_grid::range region_set::cells_of(const rect& place) const {
+cell_range region_set::cells_of(const rect& place) const {
     return cells_.cells_of({std::min(place.left, place.right), place.top,
                             std::max(place.left, place.right), place.bottom});
 }

@@ -38,13 +38,13 @@ private:
 
     void swallow_touching(const rect& area, const rect& quiet,
                           std::vector<std::uint32_t>& swallowed);
-    void swallow_in(const cell_grid::range& range, const rect& searched,
+    void swallow_in(const cell_range& range, const rect& searched,
                     std::vector<std::uint32_t>& swallowed);
     std::uint32_t survivor_of(const std::vector<std::uint32_t>& swallowed);
-    void settle(std::uint32_t number, const rect& place, const cell_grid::range& settled);
-    cell_grid::range cells_of(const rect& place) const;
+    void settle(std::uint32_t number, const rect& place, const cell_range& settled);
+    cell_range cells_of(const rect& place) const;
 
-    cell_grid cells_;  // indices into entries_
+    cell_grid<std::uint32_t> cells_;  // indices into entries_
     std::vector<entry> entries_;
     std::size_t arrivals_ = 0;
     const checkpoints& checkpoint_;

@@ -12,6 +12,9 @@ namespace brindlemoss::analysis::plugins::image_analysis {
 // How many pixels in a row may stray before a line of pixels is no longer uniform.
 enum class stray_limit : int { layout = 2, detection = 3 };
 
+// Neighbouring pixels of a uniform line differ by no more than this.
+inline constexpr std::uint8_t gentle_step = 15;
+
 // The level from which a walk along five samples starts, if they agree well enough.
 inline std::optional<std::uint8_t> base_level(const std::uint8_t* sample, std::ptrdiff_t step) {
     const std::uint8_t s0 = sample[0], s1 = sample[step], s2 = sample[2 * step],
@@ -30,8 +33,7 @@ inline std::optional<std::uint8_t> base_level(const std::uint8_t* sample, std::p
 
 // The part of a walk along neighbouring pixels, from `base` on, that surely meets no stray: whole
 // chunks whose levels all lie near each other. Moves `base` to the last level passed.
-inline std::int32_t gentle_stretch(const std::uint8_t* first, std::int32_t count, int gentle,
-                                   int& base) {
+inline std::int32_t gentle_stretch(const std::uint8_t* first, std::int32_t count, int& base) {
     constexpr std::int32_t chunk = 32;
     std::int32_t passed = 0;
     for (; passed + chunk <= count; passed += chunk, first += chunk) {
@@ -42,7 +44,7 @@ inline std::int32_t gentle_stretch(const std::uint8_t* first, std::int32_t count
             least = std::min(least, level);
             most = std::max(most, level);
         }
-        if (std::max<int>(most, base) - std::min<int>(least, base) > gentle) break;
+        if (std::max<int>(most, base) - std::min<int>(least, base) > gentle_step) break;
         base = first[chunk - 1];
     }
     return passed;
@@ -53,17 +55,16 @@ inline std::int32_t gentle_stretch(const std::uint8_t* first, std::int32_t count
 inline bool is_uniform(const std::uint8_t* first, std::ptrdiff_t step, std::int32_t count,
                        stray_limit limit) {
     constexpr std::int32_t samples = 5;
-    constexpr int gentle = 15;
     if (count < samples) return true;
     const std::optional<std::uint8_t> start = base_level(first, step);
     if (!start) return false;
     int base = *start;
     int strays = 0;
-    std::int32_t index = step == 1 ? gentle_stretch(first, count, gentle, base) : 0;
+    std::int32_t index = step == 1 ? gentle_stretch(first, count, base) : 0;
     first += index * step;
     for (; index < count; ++index, first += step) {
         const int level = *first;
-        if (level - base <= gentle && base - level <= gentle) {
+        if (level - base <= gentle_step && base - level <= gentle_step) {
             base = level;
             strays = 0;
         } else if (++strays == static_cast<int>(limit)) {

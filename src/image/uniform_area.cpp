@@ -13,7 +13,6 @@ namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
 constexpr std::int32_t samples = 5;
-constexpr int gentle = 15;
 
 std::uint8_t difference(std::uint8_t a, std::uint8_t b) {
     return static_cast<std::uint8_t>(std::max(a, b) - std::min(a, b));
@@ -28,7 +27,7 @@ bool is_gentle(const std::uint8_t* first) {
     for (std::int32_t index = 0; index < stride; ++index) {
         steepest = std::max(steepest, difference(first[index], first[index + 1]));
     }
-    return steepest <= gentle;
+    return steepest <= gentle_step;
 }
 
 constexpr std::int32_t narrow_block = 16;
@@ -53,7 +52,7 @@ void descend(const plane& levels, const rect& area, std::array<bool, columns_in_
         const std::uint8_t* const row = levels.row(y) + area.left;
         std::memcpy(level, row, has_room ? span : static_cast<std::size_t>(count));
         for (std::int32_t column = 0; column < span; ++column) {
-            const std::uint8_t strays = difference(level[column], base[column]) > gentle;
+            const std::uint8_t strays = difference(level[column], base[column]) > gentle_step;
             broken[column] |= static_cast<std::uint8_t>(strays & strayed[column]);
             strayed[column] = strays;
             base[column] = strays ? base[column] : level[column];
@@ -78,7 +77,7 @@ void mark_steps(const std::uint8_t* from, const std::uint8_t* to, std::int32_t c
         const std::int32_t here = std::min(count - start, word_bits);
         if (here < word_bits) std::fill(std::begin(steep), std::end(steep), std::uint8_t{0});
         for (std::int32_t place = 0; place < here; ++place) {
-            steep[place] = difference(from[start + place], to[start + place]) > gentle;
+            steep[place] = difference(from[start + place], to[start + place]) > gentle_step;
         }
         bit_word& word = bits[word_of(start)];
         for (std::int32_t place = 0; place < word_bits; place += 8) {
@@ -100,7 +99,7 @@ bool is_flat_row(const plane& levels, std::int32_t y, std::int32_t left, std::in
     std::int32_t next_look = 0;  // not at once where a look was in vain
     for (std::int32_t index = 0; index < count; ++index) {
         const int level = first[index];
-        if (level - base > gentle || base - level > gentle) {
+        if (level - base > gentle_step || base - level > gentle_step) {
             if (strayed) return false;
             strayed = true;
             continue;
@@ -184,13 +183,13 @@ bool flatness::is_flat_row(std::int32_t y, std::int32_t left, std::int32_t right
         // The walk may begin at another level than the row.
         const std::optional<std::uint8_t> base = base_level(row + left, 1);
         if (!base) return false;
-        const bool first_strays = difference(row[left], *base) > gentle;
-        if (first_strays && difference(row[left + 1], *base) > gentle) return false;
+        const bool first_strays = difference(row[left], *base) > gentle_step;
+        if (first_strays && difference(row[left + 1], *base) > gentle_step) return false;
         step = find_bit(steps, left + first_strays, right, true);
     }
     // Behind a step one pixel strays; the next one must be near the level before it.
     while (step + 2 <= right) {
-        if (difference(row[step], row[step + 2]) > gentle) return false;
+        if (difference(row[step], row[step + 2]) > gentle_step) return false;
         step = find_bit(steps, step + 2, right, true);
     }
     return true;

@@ -1,19 +1,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "message/character_set.h"
+#include "support/kept_home.h"
 #include "support/paragraphs.h"
-#include "support/program.h"
 
 namespace {
 
 using std::string;
 using test_support::program_result;
-using test_support::run_program;
 using testing::AllOf;
 using testing::HasSubstr;
 using texts = std::vector<string>;
@@ -28,30 +26,8 @@ string mail_in(const string& language) {
     throw std::invalid_argument(language);
 }
 
-class language_command_test : public testing::Test {
+class language_command_test : public testing::Test, protected test_support::kept_home {
 protected:
-    program_result run(texts arguments, const string& input = {}) const {
-        arguments.insert(arguments.begin(), {"--home", folder_.path("home")});
-        return run_program(arguments, input);
-    }
-
-    // Runs without complaint and gives what was printed.
-    string done(const texts& arguments, const string& input = {}) const {
-        const program_result result = run(arguments, input);
-        EXPECT_EQ(result.code, 0) << testing::PrintToString(arguments);
-        EXPECT_EQ(result.err, "") << testing::PrintToString(arguments);
-        return result.out;
-    }
-
-    // Is refused in one line, which is given; nothing is printed.
-    string refused(const texts& arguments) const {
-        const program_result result = run(arguments);
-        EXPECT_EQ(result.code, 2) << testing::PrintToString(arguments);
-        EXPECT_EQ(result.out, "");
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-        return result.err;
-    }
-
     void set_mode(const string& mode) const {
         done({"registry", "set", "Language Recognition", "Mode", mode});
     }
@@ -62,12 +38,21 @@ protected:
         return result.code == 0 ? result.out : "";
     }
 
-    const test_support::temporary_folder folder_;
+    void set_list(const texts& entries) const {
+        texts set{"registry", "set", "Language Recognition", "Languages"};
+        set.insert(set.end(), entries.begin(), entries.end());
+        done(set);
+    }
+
+    static texts language_call(texts arguments) {
+        arguments.insert(arguments.begin(), "language");
+        return arguments;
+    }
 };
 
 TEST_F(language_command_test, names_the_language_of_each_message) {
-    const string russian = folder_.file("russian.eml", mail_in("Russian"));
-    const string short_one = folder_.file("short.eml", "\nHello Ann\n");
+    const string russian = folder().file("russian.eml", mail_in("Russian"));
+    const string short_one = folder().file("short.eml", "\nHello Ann\n");
     EXPECT_EQ(done({"language", "classify", russian, short_one}),
               "1049   Russian  " + russian + "\n0      (unknown)  " + short_one + "\n");
     EXPECT_EQ(done({"language", "classify", "--json", "-"}, mail_in("Chinese (traditional)")),
@@ -78,14 +63,14 @@ TEST_F(language_command_test, names_the_language_of_each_message) {
 }
 
 TEST_F(language_command_test, goes_on_behind_what_it_cannot_read) {
-    const string broken = folder_.file(
+    const string broken = folder().file(
         "broken.eml", "Content-Type: text/html\n\n<body>" + string(50, 'x') + "&#xQQ;</body>\n");
-    const string danish = folder_.file("danish.eml", mail_in("Danish"));
+    const string danish = folder().file("danish.eml", mail_in("Danish"));
     const program_result result =
-        run({"language", "classify", folder_.path("none"), broken, danish});
+        run({"language", "classify", folder().path("none"), broken, danish});
     EXPECT_EQ(result.code, 2);
     EXPECT_EQ(result.out, "1030   Danish  " + danish + "\n");
-    EXPECT_THAT(result.err, AllOf(HasSubstr(folder_.path("none")), HasSubstr(broken)));
+    EXPECT_THAT(result.err, AllOf(HasSubstr(folder().path("none")), HasSubstr(broken)));
     const program_result json = run({"language", "classify", "--json", broken});
     EXPECT_EQ(json.code, 2);
     EXPECT_THAT(json.out, AllOf(HasSubstr(broken), HasSubstr(R"("error":)")));
@@ -132,12 +117,8 @@ TEST_F(language_command_test, edits_the_list_so_that_the_wish_comes_true) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         set_mode(row.mode);
-        texts set{"registry", "set", "Language Recognition", "Languages"};
-        set.insert(set.end(), row.before.begin(), row.before.end());
-        done(set);
-        texts arguments{"language"};
-        arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
-        done(arguments);
+        set_list(row.before);
+        done(language_call(row.arguments));
         EXPECT_EQ(stored(), row.after);
     }
 }
@@ -164,13 +145,9 @@ TEST_F(language_command_test, changes_nothing_where_it_cannot_do_all) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         set_mode(row.mode);
-        texts set{"registry", "set", "Language Recognition", "Languages"};
-        set.insert(set.end(), row.before.begin(), row.before.end());
-        done(set);
+        set_list(row.before);
         const string before = stored();
-        texts arguments{"language"};
-        arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
-        EXPECT_THAT(refused(arguments), HasSubstr(row.complaint));
+        EXPECT_THAT(refused(language_call(row.arguments)), HasSubstr(row.complaint));
         EXPECT_EQ(stored(), before);
     }
 }

@@ -262,8 +262,8 @@ TEST(client, goes_round_the_servers_until_the_budget_is_exceeded) {
     EXPECT_EQ(query(asking, 1499ms).stats.packets_transmitted, 3u);
     EXPECT_EQ(query(asking, 0ms).stats.packets_transmitted, 1u);
     step_of_time = 0;
-    EXPECT_EQ(one.requests_of("MATCH").size(), 5u);
-    EXPECT_EQ(two.requests_of("MATCH").size(), 3u);
+    EXPECT_EQ(one.requests_of("MATCH", 5).size(), 5u);
+    EXPECT_EQ(two.requests_of("MATCH", 3).size(), 3u);
     ASSERT_EQ(spent.lines.size(), 10u);
     EXPECT_EQ(spent.signatures.size(), 2u);
 }

@@ -615,6 +615,35 @@ TEST(store, says_when_there_are_no_rights_at_all) {
     ::chmod(folder.path().c_str(), 0700);
 }
 
+// Another process, which holds the store in the folder for itself from the beginning on.
+class locking_process {
+public:
+    explicit locking_process(const temporary_folder& folder)
+        : child_([this, &folder] {
+              sqlite3* handle = nullptr;
+              sqlite3_open(folder.path(file_name).c_str(), &handle);
+              sqlite3_exec(handle, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+              locked_.put('.');
+              unlock_.get();
+              sqlite3_exec(handle, "COMMIT", nullptr, nullptr, nullptr);
+              sqlite3_close(handle);
+          }) {
+        EXPECT_TRUE(locked_.get());
+    }
+
+    void unlock() const { unlock_.put('.'); }
+
+    int unlock_and_end() {
+        unlock();
+        return child_.wait();
+    }
+
+private:
+    pipe_ends locked_;
+    pipe_ends unlock_;
+    child_process child_;
+};
+
 TEST(store, fails_when_it_is_locked_for_too_long_and_then_goes_on) {
     const temporary_folder folder;
     std::vector<std::string> lines;
@@ -623,24 +652,12 @@ TEST(store, fails_when_it_is_locked_for_too_long_and_then_goes_on) {
     store tree(folder.path(file_name), options);
     tree.create_key("a");
     tree.write("a", "v", binary("1"));
-    pipe_ends locked;
-    pipe_ends unlock;
-    child_process child([&] {
-        sqlite3* handle = nullptr;
-        sqlite3_open(folder.path(file_name).c_str(), &handle);
-        sqlite3_exec(handle, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
-        locked.put('.');
-        unlock.get();
-        sqlite3_exec(handle, "COMMIT", nullptr, nullptr, nullptr);
-        sqlite3_close(handle);
-    });
-    ASSERT_TRUE(locked.get());
+    locking_process other(folder);
     EXPECT_EQ(fault_of([&] { tree.write("a", "v", binary("2")); }), store_fault::locked);
     EXPECT_EQ(fault_of([&] { tree.add("a", "n", 2); }), store_fault::locked);
     EXPECT_THAT(lines, SizeIs(1)) << "the same fault is told once";
     EXPECT_EQ(tree.read("a", "v").value, binary("1"));
-    unlock.put('.');
-    EXPECT_EQ(child.wait(), 0);
+    EXPECT_EQ(other.unlock_and_end(), 0);
     tree.write("a", "v", binary("3"));
     EXPECT_EQ(tree.read("a", "v").value, binary("3"));
 }
@@ -649,20 +666,9 @@ TEST(store, waits_for_a_short_lock) {
     const temporary_folder folder;
     store tree(folder.path(file_name), quiet());
     tree.create_key("a");
-    pipe_ends locked;
-    pipe_ends unlock;
-    child_process child([&] {
-        sqlite3* handle = nullptr;
-        sqlite3_open(folder.path(file_name).c_str(), &handle);
-        sqlite3_exec(handle, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
-        locked.put('.');
-        unlock.get();
-        sqlite3_exec(handle, "COMMIT", nullptr, nullptr, nullptr);
-        sqlite3_close(handle);
-    });
-    ASSERT_TRUE(locked.get());
+    locking_process other(folder);
     std::thread writer([&] { tree.write("a", "v", binary("2")); });
-    unlock.put('.');
+    other.unlock();
     writer.join();
     EXPECT_EQ(tree.read("a", "v").value, binary("2"));
 }
