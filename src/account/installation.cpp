@@ -1,10 +1,10 @@
 #include "account/installation.h"
 
-#include <memory>
 #include <string_view>
 
+#include "foundation/module.h"
+#include "foundation/process_wide.h"
 #include "foundation/registry.h"
-#include "foundation/sync.h"
 #include "platform/utf8.h"
 
 namespace brindlemoss::account {
@@ -14,17 +14,6 @@ namespace {
 namespace registry2 = replay::registry2;
 using registry2::setting_of;
 using registry2::tree_key;
-
-struct singleton {
-    replay::mutex mutex;
-    std::unique_ptr<installation> object;  // guarded by mutex
-};
-
-// Outlives all threads of a host.
-singleton& the_singleton() {
-    static singleton& only = *new singleton;
-    return only;
-}
 
 std::string text_of(const registry2::setting& row) {
     std::string bytes;
@@ -36,16 +25,11 @@ std::string text_of(const registry2::setting& row) {
 }  // namespace
 
 installation& installation::instance() {
-    singleton& only = the_singleton();
-    const replay::scope guard(only.mutex);
-    if (!only.object) only.object = std::make_unique<installation>();
-    return *only.object;
+    return process_wide<installation>::until_unload(singleton::installation);
 }
 
 void installation::destroy() {
-    singleton& only = the_singleton();
-    const replay::scope guard(only.mutex);
-    only.object.reset();
+    process_wide<installation>::destroy();
 }
 
 std::uint32_t installation::partner() const {

@@ -26,7 +26,8 @@ inline constexpr feature features_of_product[] = {
 // call. Reading throws registry2::generic, key_error where the key is missing.
 class installation {
 public:
-    // That of the process, made on first use.
+    // That of the process, made on first use and kept until the module is unloaded. A thread that
+    // goes on meanwhile makes an object of its own.
     static installation& instance();
 
     // Frees it, if there is one; nobody may still use it. The next instance() makes another.

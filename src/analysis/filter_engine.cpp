@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -16,6 +15,7 @@
 #include "community/transaction.h"
 #include "foundation/ascii.h"
 #include "foundation/module.h"
+#include "foundation/process_wide.h"
 #include "foundation/registry.h"
 #include "message/character_set.h"
 #include "message/header_value.h"
@@ -78,24 +78,17 @@ struct running_engine {
     filter_engine engine{services, wants_message_copies()};
 };
 
-std::mutex running_mutex;
-std::unique_ptr<running_engine> running;  // guarded by running_mutex
-
-void destroy_running_engine() {
-    const std::lock_guard lock(running_mutex);
-    running.reset();
+std::unique_ptr<running_engine> make_running_engine() {
+    auto made = std::make_unique<running_engine>();
+    module::instance().on_unload(singleton::statistics, replay::registry2::close_all);
+    return made;
 }
 
 }  // namespace
 
 filter_engine& filter_engine::instance() {
-    const std::lock_guard lock(running_mutex);
-    if (!running) {
-        running = std::make_unique<running_engine>();
-        module::instance().on_unload(singleton::filter_engine, destroy_running_engine);
-        module::instance().on_unload(singleton::statistics, replay::registry2::close_all);
-    }
-    return running->engine;
+    return process_wide<running_engine>::until_unload(singleton::filter_engine, make_running_engine)
+        .engine;
 }
 
 verdict filter_engine::score(part& message, occasion when) const {

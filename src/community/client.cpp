@@ -45,10 +45,9 @@ milliseconds time_to_answer(const server& asked, const client_options& options) 
 }
 
 client::client(const ip4& local, std::string hosts, std::uint32_t refresh, client_options options)
-    : options_(options), hosts_(std::move(hosts)), refresh_(refresh), postbox_(local) {
-    receiver_ = std::thread(&client::run_receiver, this);
-    ready_.wait();
+    : options_(options), local_(local), hosts_(std::move(hosts)), refresh_(refresh) {
     if (refresh == 0) return;
+    open();
     try {
         discovery_ = std::thread(&client::run_discovery, this);
     } catch (...) {
@@ -62,12 +61,20 @@ client::~client() {
     stop();
 }
 
+void client::open() {
+    const scope guard(opening_);
+    if (receiver_.joinable()) return;
+    postbox_.open(local_);
+    receiver_ = std::thread(&client::run_receiver, this);
+    ready_.wait();
+}
+
 void client::stop() {
     turnstile_.request_stop();
     discovery_requested_.set();
     postbox_.close();
     turnstile_.idle.wait();
-    receiver_.join();
+    if (receiver_.joinable()) receiver_.join();
     if (discovery_.joinable()) discovery_.join();
 }
 
@@ -163,6 +170,7 @@ void client::attempt(transaction& exchange, report& lines, std::string_view byte
 }
 
 discovery_result client::discover() {
+    open();
     discovery_started_.set();
     discovery_result result =
         probe_servers(postbox_, addresses_to_probe(hosts_, options_), options_);

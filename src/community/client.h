@@ -25,8 +25,9 @@ std::chrono::milliseconds time_to_answer(const server& asked, const client_optio
 // tells verdicts and votes.
 //
 // A thread of its own receives all responses, and another looks from time to time which servers
-// there are. Any number of threads may call; none may be in a call when the client is destroyed,
-// which ends both threads and waits for them, at most as long as the look-up of a name takes.
+// there are; before the first look at them there is neither a socket nor a thread. Any number of
+// threads may call; none may be in a call when the client is destroyed, which ends both threads and
+// waits for them, at most as long as the look-up of a name takes.
 //
 // Each operation goes to the fastest server. It adds what it cost to `stats` and tells in `lines`
 // what it did; both are the caller's and are complete when it returns or throws. Beside what is
@@ -63,7 +64,8 @@ public:
                         const credentials& voter);
 
     // Looks in the calling thread which servers answer, which takes client_options::probe_wait at
-    // most and the look-up of the names. The operations use what it found from then on.
+    // most and the look-up of the names. The operations use what it found from then on. The first
+    // one throws what the transport throws.
     discovery_result discover();
 
     // As the last look found them.
@@ -72,6 +74,7 @@ public:
 private:
     using shared_servers = std::shared_ptr<const server_list>;
 
+    void open();
     void run_receiver();
     void run_discovery();
     void stop();
@@ -85,6 +88,7 @@ private:
     shared_servers current_servers();
 
     const client_options options_;
+    const replay::internet::address::ip4 local_;
     const std::string hosts_;
     const std::chrono::seconds refresh_;
     postbox postbox_;
@@ -99,6 +103,7 @@ private:
     replay::mutex lock_;  // guards servers_; never held across a wait
     shared_servers servers_ = std::make_shared<const server_list>();
 
+    replay::mutex opening_;  // guards the making of the socket and of the receiver
     std::thread receiver_;
     std::thread discovery_;
 };

@@ -46,7 +46,7 @@ public:
     // How long its answer took, in milliseconds.
     std::optional<std::uint32_t> round_trip();
 
-    // Looks in the calling thread which servers answer. Throws only for want of memory.
+    // Looks in the calling thread which servers answer. Throws what the transport throws.
     analysis::community::discovery_result reset() { return client_.discover(); }
 
     // The user's votes. These wait for nothing; feedback tells what becomes of them.

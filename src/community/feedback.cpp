@@ -40,23 +40,25 @@ community::credentials current_account() {
 
 }  // namespace
 
-feedback::feedback(community::client& client) : client_(client), thread_(&feedback::run, this) {
-    turnstile_.busy.wait();
-}
-
 feedback::~feedback() {
     turnstile_.request_stop();
     queue_.close();
     turnstile_.request_stop();
     turnstile_.idle.wait();
-    thread_.join();
+    if (thread_.joinable()) thread_.join();
     if (const std::size_t left = queue_.size(); left != 0) {
         log(notable, "Discarded " + std::to_string(left) + " items from Feedback Queue");
     }
     log(progress, "Feedback thread stopped");
 }
 
+void feedback::start() {
+    thread_ = std::thread(&feedback::run, this);
+    turnstile_.busy.wait();
+}
+
 void feedback::enqueue(community::vote kind, const part& message) {
+    std::call_once(started_, &feedback::start, this);
     queue_.push(feedback_type{kind, message});
 }
 

@@ -32,8 +32,8 @@ struct feedback_tally {
 // told in the log and lost. Any thread may call.
 class feedback {
 public:
-    // Returns when the thread runs. The client must outlive the object.
-    explicit feedback(analysis::community::client& client);
+    // The client must outlive the object.
+    explicit feedback(analysis::community::client& client) : client_(client) {}
 
     // Ends the thread, which carries the vote in work through, and waits for that. Votes that still
     // wait are lost, and the log tells how many.
@@ -41,7 +41,8 @@ public:
     feedback(const feedback&) = delete;
     feedback& operator=(const feedback&) = delete;
 
-    // Keeps a copy of the message and waits for nothing.
+    // Keeps a copy of the message and waits for nothing but, the first time, the start of the
+    // thread. Throws std::system_error when that fails.
     void enqueue(analysis::community::vote kind, const replay::internet::message2::part& message);
 
     // Waits until each vote is sent or has failed. False when the time went by first.
@@ -50,6 +51,7 @@ public:
     feedback_tally tally() const;
 
 private:
+    void start();
     void run();
     void carry_out(const feedback_type& voted);
     void send_and_count(const feedback_type& voted);
@@ -63,6 +65,7 @@ private:
     mutable std::mutex tally_lock_;
     feedback_tally tally_;  // guarded by tally_lock_
 
+    std::once_flag started_;
     std::thread thread_;
 };
 

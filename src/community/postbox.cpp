@@ -20,7 +20,7 @@ bool has_asked(const transaction& asking, const ip4& address) {
 
 }  // namespace
 
-postbox::postbox(const ip4& local) {
+void postbox::open(const ip4& local) {
     socket_.open(local);
     if (local.not_equal(ip4())) socket_.bind(local);
     buffer_.emplace(socket_.maximum_message_size());
@@ -92,7 +92,7 @@ void postbox::deliver(datagram& response, std::size_t size, const ip4& from) {
 }
 
 void postbox::close() {
-    socket_.close();
+    if (buffer_) socket_.close();
     const scope guard(lock_);
     is_closed_ = true;
     for (const auto& [number, waiting] : pending_) waiting->completed.set();

@@ -18,10 +18,14 @@ namespace brindlemoss::analysis::community {
 // response finds its request by the record "RID". Any thread may call, but one alone receives.
 class postbox {
 public:
-    // Binds the socket unless `local` is the default address. Throws what the transport throws.
-    explicit postbox(const replay::internet::address::ip4& local);
+    postbox() = default;
     postbox(const postbox&) = delete;
     postbox& operator=(const postbox&) = delete;
+
+    // Makes the socket, and binds it unless `local` is the default address. Before it nothing can
+    // be sent or received; afterwards, and while another thread is in a call, it may not be called.
+    // Throws what the transport throws; then it may be tried again.
+    void open(const replay::internet::address::ip4& local);
 
     // Gives the transaction a number of its own, writes that into the request, and has the response
     // come to it until leave(), before which it must not be destroyed.
@@ -54,7 +58,7 @@ private:
 
     replay::internet::environment environment_;
     replay::internet::transport::udp::raw socket_;
-    std::optional<replay::internet::transport::udp::buffer> buffer_;  // of who receives
+    std::optional<replay::internet::transport::udp::buffer> buffer_;  // of who receives; open
 
     replay::mutex lock_;  // guards all below and what has entered; never held across a wait
     std::unordered_map<std::string, transaction*, text_hash, std::equal_to<>> pending_;

@@ -1,5 +1,6 @@
 #include "foundation/http.h"
 
+#include <chrono>
 #include <utility>
 
 #include "foundation/ascii.h"
@@ -57,9 +58,30 @@ std::string head_of(const char* method, const request_type& request, monitor_typ
     return head.append("\r\n");
 }
 
+// What all connections of one transfer ask while they wait.
+class transfer_watch {
+public:
+    transfer_watch(monitor_type& monitor, std::chrono::milliseconds whole)
+        : monitor_(monitor), whole_(whole), begin_(std::chrono::steady_clock::now()) {}
+
+    void operator()() const {
+        require(monitor_.waiting(), "waiting");
+        const auto passed = std::chrono::steady_clock::now() - begin_;
+        const bool is_late =
+            std::chrono::duration_cast<std::chrono::milliseconds>(passed) >= whole_;
+        if (whole_.count() != 0 && is_late) throw socket::timeout("Transfer took too long");
+    }
+
+private:
+    monitor_type& monitor_;
+    std::chrono::milliseconds whole_;
+    std::chrono::steady_clock::time_point begin_;
+};
+
 response_type transfer_once(const char* method, const request_type& request, monitor_type& monitor,
-                            const transfer_limits& limits) {
+                            const transfer_limits& limits, const transfer_watch& watch) {
     socket::stream connection;
+    connection.set_watch(watch);
     connection.connect(request.address);
     connection.set_timeouts(limits.silence, limits.silence);
     const auto host = request.headers.find("HOST");
@@ -80,8 +102,9 @@ bool is_redirect(std::int32_t status) {
 
 response_type transfer(const char* method, request_type request, monitor_type& monitor,
                        const transfer_limits& limits) {
+    const transfer_watch watch(monitor, limits.whole);
     for (int redirects = 0;; ++redirects) {
-        response_type response = transfer_once(method, request, monitor, limits);
+        response_type response = transfer_once(method, request, monitor, limits, watch);
         if (!is_redirect(response.status)) return response;
         if (redirects == limits.redirects) throw generic("Too many redirects");
         request = request_type(response.headers["LOCATION"]);
@@ -110,6 +133,10 @@ request_type::request_type(std::string_view url)
     : address(host_of(url), port_of(url)),
       path(path_of(url)),
       headers{{"HOST", host_of(url)}, {"CONNECTION", "close"}} {}
+
+bool monitor_type::waiting() {
+    return true;
+}
 
 bool monitor_type::request(std::string_view, std::string_view) {
     return true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -62,6 +63,10 @@ class monitor_type {
 public:
     virtual ~monitor_type() = default;
 
+    // About to wait for the server, and again every socket::stream::watch_interval while a wait
+    // lasts: for a connection, for bytes to come or to go. Not while a host name is looked up.
+    virtual bool waiting();
+
     // The connection is up.
     virtual bool request(std::string_view path, std::string_view host);
 
@@ -85,6 +90,11 @@ struct transfer_limits {
     std::size_t header_lines = 1000;           // of a response with its interim ones; more throws
     std::size_t body_size = 64 * 1024 * 1024;  // invalid_response, as does a larger body
     int redirects = 100;                       // more throw generic
+
+    // For all of the transfer, redirects included; 0: without end. More throws socket::timeout,
+    // which may be late by socket::stream::watch_interval, and by the time that the name of a host
+    // takes which a redirect tells of: looking up a name cannot be interrupted.
+    std::chrono::milliseconds whole{0};
 };
 
 // Each connects, sends, reads what comes until the server closes, and follows redirects: a status

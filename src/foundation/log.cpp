@@ -1,10 +1,13 @@
 #include "foundation/log.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <iterator>
+#include <limits>
 #include <system_error>
 #include <utility>
 
@@ -17,14 +20,29 @@ namespace {
 
 constexpr std::string_view level_letters = "# +!>";
 
+// With zeros in front to that many digits. Made for each line twice, so not by printf.
+void append_digits(int number, std::size_t digits, std::string& text) {
+    char room[std::numeric_limits<int>::digits10 + 2];
+    const char* const end = std::to_chars(room, std::end(room), number).ptr;
+    const auto size = static_cast<std::size_t>(end - room);
+    if (size < digits) text.append(digits - size, '0');
+    text.append(room, size);
+}
+
 std::string prefix_of(std::int32_t level) {
     const auto index = std::clamp<std::int32_t>(level, 0, std::ssize(level_letters) - 1);
     const auto now = platform::clock::local_now();
-    char text[96];  // room for fields of any width
-    const int size =
-        std::snprintf(text, sizeof text, "%.4d/%.2d/%.2d %.2d:%.2d:%.2d %c  ", now.year, now.month,
-                      now.day, now.hour, now.minute, now.second, level_letters[index]);
-    return {text, static_cast<std::size_t>(size)};
+    std::string text;
+    text.reserve(std::size("yyyy/mm/dd hh:mm:ss !  "));
+    append_digits(now.year, 4, text);
+    for (const auto& [mark, number] :
+         {std::pair('/', now.month), std::pair('/', now.day), std::pair(' ', now.hour),
+          std::pair(':', now.minute), std::pair(':', now.second)}) {
+        text += mark;
+        append_digits(number, 2, text);
+    }
+    text.append({' ', level_letters[static_cast<std::size_t>(index)], ' ', ' '});
+    return text;
 }
 
 struct ended_at_exit {

@@ -136,11 +136,13 @@ size_mismatch::size_mismatch(std::string message) : generic(std::move(message)) 
 
 key::key(predefined_root root)
     : store_(open_root(root)),
+      root_(root),
       handle_(static_cast<std::int32_t>(root)),
       action_(when_missing::fail) {}
 
 key::key(const key& parent, std::u16string_view name, when_missing action)
-    : store_(parent.store_),
+    : store_(parent.store()),
+      root_(parent.root_),
       path_(parent.path_ + "\\" + utf8_name(name)),
       handle_(++last_handle),
       action_(action) {
@@ -151,6 +153,25 @@ key::key(const key& parent, std::u16string_view name, when_missing action)
     }
 }
 
+// Of a key that was closed, the one that is open by now.
+std::shared_ptr<platform::store> key::store() const {
+    const std::lock_guard lock(store_mutex_);
+    if (!store_) store_ = open_root(root_);
+    return store_;
+}
+
+void key::close() {
+    const std::scoped_lock lock(lists_mutex_, store_mutex_);
+    lists_.clear();
+    store_.reset();
+}
+
+void key::open_like(const key& other) {
+    std::shared_ptr<platform::store> opened = other.store();
+    const std::lock_guard lock(store_mutex_);
+    store_ = std::move(opened);
+}
+
 // Does something in the store; where the key is gone, makes it first if this key may.
 template <typename work>
 auto key::reviving(work&& do_work) const {
@@ -159,13 +180,13 @@ auto key::reviving(work&& do_work) const {
     } catch (const store_error& error) {
         if (error.fault() != store_fault::key_deleted || action_ != when_missing::create) throw;
     }
-    store_->create_key(path_);
+    store()->create_key(path_);
     return do_work();
 }
 
 std::optional<stored_value> key::get_raw(std::u16string_view name) const {
     try {
-        platform::store::reading found = store_->read(path_, utf8_name(name));
+        platform::store::reading found = store()->read(path_, utf8_name(name));
         if (!found.found) return std::nullopt;
         return std::move(found.value);
     } catch (const store_error& error) {
@@ -184,7 +205,7 @@ std::optional<stored_value> key::query(std::u16string_view name, std::int32_t ty
 
 void key::set_raw(std::u16string_view name, const stored_value& value) const {
     try {
-        reviving([&] { store_->write(path_, utf8_name(name), value); });
+        reviving([&] { store()->write(path_, utf8_name(name), value); });
     } catch (const store_error& error) {
         throw named_value_error("RegSetValueEx", name, error.number());
     }
@@ -251,8 +272,8 @@ std::shared_ptr<const text_list> key::shared_multi_text(std::u16string_view name
     const auto kept = lists_.find(name);
     platform::store::reading found;
     try {
-        found = store_->read(path_, utf8_name(name),
-                             kept == lists_.end() ? platform::value_stamp{} : kept->second.stamp);
+        found = store()->read(path_, utf8_name(name),
+                              kept == lists_.end() ? platform::value_stamp{} : kept->second.stamp);
     } catch (const store_error& error) {
         const bool empty =
             error.fault() == store_fault::key_deleted && action_ == when_missing::create;
@@ -277,7 +298,7 @@ void key::change_multi_text(std::u16string_view name,
         return multi_text_value(lines);
     };
     try {
-        reviving([&] { store_->update(path_, utf8_name(name), change_value); });
+        reviving([&] { store()->update(path_, utf8_name(name), change_value); });
     } catch (const store_error& error) {
         throw named_value_error("RegSetValueEx", name, error.number());
     }
@@ -285,7 +306,7 @@ void key::change_multi_text(std::u16string_view name,
 
 void key::add_to_integer(std::u16string_view name, std::uint32_t amount) const {
     try {
-        if (reviving([&] { return store_->add(path_, utf8_name(name), amount); })) return;
+        if (reviving([&] { return store()->add(path_, utf8_name(name), amount); })) return;
     } catch (const store_error& error) {
         throw named_value_error("RegSetValueEx", name, error.number());
     }
@@ -295,7 +316,7 @@ void key::add_to_integer(std::u16string_view name, std::uint32_t amount) const {
 
 std::vector<std::u16string> key::value_names() const {
     try {
-        return wide_names(store_->value_names(path_));
+        return wide_names(store()->value_names(path_));
     } catch (const store_error& error) {
         throw handle_error("RegEnumValue", handle_, error.number());
     }
@@ -303,7 +324,7 @@ std::vector<std::u16string> key::value_names() const {
 
 std::vector<std::u16string> key::key_names() const {
     try {
-        return wide_names(store_->key_names(path_));
+        return wide_names(store()->key_names(path_));
     } catch (const store_error& error) {
         throw handle_error("RegEnumKeyEx", handle_, error.number());
     }
@@ -311,7 +332,7 @@ std::vector<std::u16string> key::key_names() const {
 
 key::counts key::query_info() const {
     try {
-        return {store_->key_names(path_).size(), store_->value_names(path_).size()};
+        return {store()->key_names(path_).size(), store()->value_names(path_).size()};
     } catch (const store_error& error) {
         throw handle_error("RegQueryInfoKey", handle_, error.number());
     }
@@ -319,7 +340,7 @@ key::counts key::query_info() const {
 
 void key::delete_value(std::u16string_view name) const {
     try {
-        if (store_->delete_value(path_, utf8_name(name))) return;
+        if (store()->delete_value(path_, utf8_name(name))) return;
     } catch (const store_error& error) {
         throw named_value_error("RegDeleteValue", name, error.number());
     }
@@ -329,7 +350,7 @@ void key::delete_value(std::u16string_view name) const {
 
 void key::delete_key(std::u16string_view name) const {
     try {
-        store_->delete_key(path_ + "\\" + utf8_name(name));
+        store()->delete_key(path_ + "\\" + utf8_name(name));
     } catch (const store_error& error) {
         throw named_key_error("RegDeleteKey", name, error.number());
     }
@@ -337,9 +358,15 @@ void key::delete_key(std::u16string_view name) const {
 
 namespace {
 
+// A key once made stays: threads that nobody waits for may use it while all are closed.
 struct table_keys {
-    std::mutex opening;  // taken to fill or empty the array
-    std::array<std::atomic<const key*>, static_cast<std::size_t>(tree_key::count)> keys{};
+    struct slot {
+        std::atomic<key*> open;  // null while it is closed
+        std::unique_ptr<key> made;
+    };
+
+    std::mutex opening;  // taken to open and close
+    std::array<slot, static_cast<std::size_t>(tree_key::count)> slots;
 };
 
 // Never destroyed, like the trees.
@@ -352,16 +379,21 @@ table_keys& open_keys() {
 
 const key& at(tree_key wanted) {
     table_keys& all = open_keys();
-    std::atomic<const key*>& slot = all.keys[static_cast<std::size_t>(wanted)];
-    if (const key* const open = slot.load(std::memory_order_acquire)) return *open;
+    table_keys::slot& slot = all.slots[static_cast<std::size_t>(wanted)];
+    if (const key* const open = slot.open.load(std::memory_order_acquire)) return *open;
     const std::lock_guard lock(all.opening);
-    if (const key* const open = slot.load(std::memory_order_relaxed)) return *open;
+    if (const key* const open = slot.open.load(std::memory_order_relaxed)) return *open;
     const key_place& place = place_of(wanted);
     const when_missing action =
         place.root == predefined_root::current_user ? when_missing::create : when_missing::fail;
-    auto opened = std::make_unique<const key>(key(place.root), place.path, action);
-    slot.store(opened.get(), std::memory_order_release);
-    return *opened.release();
+    auto opened = std::make_unique<key>(key(place.root), place.path, action);
+    if (slot.made) {
+        slot.made->open_like(*opened);
+    } else {
+        slot.made = std::move(opened);
+    }
+    slot.open.store(slot.made.get(), std::memory_order_release);
+    return *slot.made;
 }
 
 std::uint32_t get_integer(const setting& row, write_back mode) {
@@ -375,10 +407,11 @@ std::u16string get_text(const setting& row, write_back mode) {
 void close_all() {
     table_keys& all = open_keys();
     const std::lock_guard lock(all.opening);
-    for (std::atomic<const key*>& slot : all.keys) {
-        delete slot.exchange(nullptr, std::memory_order_acq_rel);
-    }
     close_trees();
+    for (table_keys::slot& slot : all.slots) {
+        slot.open.store(nullptr, std::memory_order_release);
+        if (slot.made) slot.made->close();
+    }
 }
 
 }  // namespace replay::registry2

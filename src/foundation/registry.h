@@ -155,7 +155,16 @@ private:
     template <typename work>
     auto reviving(work&& do_work) const;
 
-    std::shared_ptr<platform::store> store_;
+    friend const key& at(tree_key key);
+    friend void close_all();
+    std::shared_ptr<platform::store> store() const;
+    void close();
+    void open_like(const key& other);
+
+    mutable std::mutex store_mutex_;
+    mutable std::shared_ptr<platform::store> store_;  // guarded by store_mutex_; null once closed
+
+    predefined_root root_;
     std::string path_;
     std::int32_t handle_;
     when_missing action_;
@@ -165,8 +174,8 @@ private:
 };
 
 // The keys of the table. Each is opened when it is first asked for, rather than when the library is
-// loaded, where nothing may wait or fail; it stays open until close_all(). Throws key_error, and
-// tries again at the next call.
+// loaded, where nothing may wait or fail; it stays open until close_all(), and can be used for
+// ever. Throws key_error, and tries again at the next call.
 const key& at(tree_key key);
 
 // Values of the table, with its defaults: get_integer(setting_of(tree_key::user_thresholds,
@@ -183,8 +192,8 @@ std::string store_file(predefined_root root);
 // It counts for the trees that are opened from then on, and may not use the registry.
 void set_message_sink(std::function<void(std::string_view)> sink);
 
-// Closes the keys of the table and the trees. Nobody may still use a key that at() gave. The next
-// call opens them again, where paths leads to by then.
+// Closes the keys of the table and the trees, once the operations under way are through. The next
+// call opens them again, where paths leads to by then; so does a key that at() gave before.
 void close_all();
 
 }  // namespace replay::registry2

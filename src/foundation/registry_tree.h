@@ -15,6 +15,7 @@ enum class predefined_root : std::int32_t {
 
 enum class tree_key {
     machine_root,
+    machine_account,
     machine_community,
     machine_installation,
     machine_language_recognition,
@@ -49,6 +50,7 @@ struct key_place {
 // not.
 inline constexpr key_place key_places[] = {
     {tree_key::machine_root, predefined_root::local_machine, u"Software\\Brindlemoss"},
+    {tree_key::machine_account, predefined_root::local_machine, u"Software\\Brindlemoss\\Account"},
     {tree_key::machine_community, predefined_root::local_machine,
      u"Software\\Brindlemoss\\Community"},
     {tree_key::machine_installation, predefined_root::local_machine,
@@ -119,6 +121,11 @@ constexpr setting list(tree_key key, std::u16string_view name, std::string_view 
 }  // namespace detail
 
 inline constexpr setting settings[] = {
+    // A name that is reserved for examples, for want of a server that everybody has.
+    detail::text(tree_key::machine_account, u"Host", u"account.brindlemoss.example",
+                 "Name of the account server"),
+    detail::integer(tree_key::machine_account, u"Port 1", 2409, "Port at which it is tried first"),
+    detail::integer(tree_key::machine_account, u"Port 2", 80, "Port at which it is tried then"),
     detail::integer(tree_key::machine_community, u"Timeout", 5000,
                     "Time for one query to the community, in milliseconds"),
     // A name that is reserved never to lead anywhere: there is no pool until somebody names one.

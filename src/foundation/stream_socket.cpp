@@ -25,9 +25,7 @@ address::ip4 looked_up(const std::string& host, std::uint16_t port) {
     }
 }
 
-bool is_time_out(int code) {
-    return code == ETIMEDOUT || code == EAGAIN;  // the latter by the time-out of an option
-}
+constexpr std::chrono::milliseconds longest_poll = std::chrono::hours(1);
 
 timeval to_timeval(std::chrono::milliseconds time) {
     timeval value{};
@@ -41,28 +39,6 @@ void set_timeout(int descriptor, int option, std::chrono::milliseconds time) {
     if (::setsockopt(descriptor, SOL_SOCKET, option, &value, sizeof value) != 0) {
         throw generic("setsockopt() failed");
     }
-}
-
-// Waits for a connection that the system is making by itself. The limit begins anew at a signal.
-bool is_connected_within(int descriptor, std::chrono::milliseconds limit) {
-    pollfd wait{.fd = descriptor, .events = POLLOUT, .revents = 0};
-    int ready = 0;
-    do {
-        ready = ::poll(&wait, 1, static_cast<int>(limit.count()));
-    } while (ready < 0 && errno == EINTR);
-    int code = ready > 0 ? 0 : ETIMEDOUT;
-    socklen_t size = sizeof code;
-    return ready > 0 && ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &code, &size) == 0 &&
-           code == 0;
-}
-
-bool connect_within(int descriptor, const address::ip4& address, std::chrono::milliseconds limit) {
-    set_timeout(descriptor, SO_SNDTIMEO, limit);  // that of connect() too
-    const auto size = static_cast<socklen_t>(address.size());
-    const bool connected = ::connect(descriptor, address.data(), size) == 0 ||
-                           (errno == EINTR && is_connected_within(descriptor, limit));
-    set_timeout(descriptor, SO_SNDTIMEO, {});
-    return connected;
 }
 
 }  // namespace
@@ -136,23 +112,64 @@ stream::connect_failed::connect_failed(std::string message) : generic(std::move(
 
 void stream::connect(const address_type& address, std::chrono::milliseconds limit) {
     drop_held();
-    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (descriptor < 0) throw initialization("socket() failed");
     handle_.open(descriptor);
-    const int on = 1;
-    if (::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0) {
-        throw generic("setsockopt() failed");
-    }
-    if (!connect_within(descriptor, address.address(), limit)) {
+    receive_limit_ = send_limit_ = {};
+    try {
+        make_connection(address.address(), limit);
+    } catch (...) {
         handle_.close();
-        throw connect_failed("connect() failed");
+        throw;
     }
 }
 
+void stream::make_connection(const address::ip4& address, std::chrono::milliseconds limit) {
+    const socket_handle::use call(handle_);
+    const int on = 1;
+    if (::setsockopt(call.descriptor(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0) {
+        throw generic("setsockopt() failed");
+    }
+    const auto size = static_cast<socklen_t>(address.size());
+    if (::connect(call.descriptor(), address.data(), size) == 0) return;
+    int code = errno;
+    if (code == EINPROGRESS) {
+        socklen_t code_size = sizeof code;
+        const bool is_known =
+            is_ready_within(limit, call.descriptor(), POLLOUT) &&
+            ::getsockopt(call.descriptor(), SOL_SOCKET, SO_ERROR, &code, &code_size) == 0;
+        if (is_known && code == 0) return;
+    }
+    throw connect_failed("connect() failed");
+}
+
+// Waits until the system has something to tell of the socket, be it the end of the connection.
+// False when nothing came within `limit`; 0: for ever.
+bool stream::is_ready_within(std::chrono::milliseconds limit, int descriptor, short events) const {
+    using std::chrono::milliseconds;
+    using std::chrono::steady_clock;
+    if (descriptor < 0) return true;  // poll() would wait, where the call to come tells at once
+    const steady_clock::time_point begin = steady_clock::now();
+    const milliseconds slice = watch_ ? watch_interval : longest_poll;
+    pollfd wait{.fd = descriptor, .events = events, .revents = 0};
+    for (milliseconds waited{0}; limit.count() == 0 || waited < limit;
+         waited = std::chrono::duration_cast<milliseconds>(steady_clock::now() - begin)) {
+        if (watch_) watch_();
+        const milliseconds pause = limit.count() == 0 ? slice : std::min(slice, limit - waited);
+        const int ready = ::poll(&wait, 1, static_cast<int>(pause.count()));
+        if (ready > 0) return true;
+        if (ready < 0 && errno != EINTR) throw generic("poll() failed");
+    }
+    return false;
+}
+
+// The options are for calls that block, and only kept as set; the limits are what counts here.
 void stream::set_timeouts(std::uint32_t receive, std::uint32_t send) {
     const socket_handle::use call(handle_);
-    set_timeout(call.descriptor(), SO_RCVTIMEO, std::chrono::milliseconds(receive));
-    set_timeout(call.descriptor(), SO_SNDTIMEO, std::chrono::milliseconds(send));
+    receive_limit_ = std::chrono::milliseconds(receive);
+    send_limit_ = std::chrono::milliseconds(send);
+    set_timeout(call.descriptor(), SO_RCVTIMEO, receive_limit_);
+    set_timeout(call.descriptor(), SO_SNDTIMEO, send_limit_);
 }
 
 void stream::set_no_delay(bool on) {
@@ -167,12 +184,15 @@ void stream::set_no_delay(bool on) {
 void stream::write(std::string_view bytes) {
     const socket_handle::use call(handle_);
     while (!bytes.empty()) {
+        if (!is_ready_within(send_limit_, call.descriptor(), POLLOUT)) {
+            throw timeout("send() failed");
+        }
         const ssize_t sent = ::send(call.descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(sent));
-        } else if (is_time_out(errno)) {
+        } else if (errno == ETIMEDOUT) {
             throw timeout("send() failed");
-        } else if (errno != EINTR) {
+        } else if (errno != EINTR && errno != EAGAIN) {
             throw closed("send() failed");
         }
     }
@@ -194,10 +214,13 @@ void stream::write_line(const char* format, ...) {
 std::size_t stream::receive(char* into, std::size_t size) {
     const socket_handle::use call(handle_);
     for (;;) {
+        if (!is_ready_within(receive_limit_, call.descriptor(), POLLIN)) {
+            throw timeout("recv() failed");
+        }
         const ssize_t received = ::recv(call.descriptor(), into, size, 0);
         if (received >= 0) return static_cast<std::size_t>(received);
-        if (is_time_out(errno)) throw timeout("recv() failed");
-        if (errno != EINTR) throw closed("recv() failed");
+        if (errno == ETIMEDOUT) throw timeout("recv() failed");
+        if (errno != EINTR && errno != EAGAIN) throw closed("recv() failed");
     }
 }
 

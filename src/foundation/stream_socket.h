@@ -4,8 +4,10 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "foundation/exception.h"
 #include "foundation/internet_address.h"
@@ -39,7 +41,8 @@ public:
         explicit invalid_name(std::string message = {});
     };
 
-    // `host` is a name or dotted numbers. May wait for name servers. Throws invalid_name.
+    // `host` is a name or dotted numbers. May wait for name servers, for as long as the system's
+    // settings say: nothing can end that wait. Throws invalid_name.
     address_type(const std::string& host, std::uint16_t port);
 
     const address::ip4& address() const noexcept { return address_; }
@@ -104,9 +107,17 @@ public:
     };
 
     static constexpr std::chrono::milliseconds longest_connect{30'000};
+    static constexpr std::chrono::milliseconds watch_interval{100};
 
-    // Any earlier connection is dropped. Throws connect_failed, also when the peer is silent for
-    // `limit`, and initialization.
+    // Called before each wait for the peer, and again at least every watch_interval while
+    // connect(), a read or write() waits, on the thread that waits. What it throws ends that call,
+    // which hands it on; a connection that was being made is dropped then. None, at first, never
+    // ends one.
+    using watch_type = std::function<void()>;
+    void set_watch(watch_type watch) { watch_ = std::move(watch); }
+
+    // Any earlier connection is dropped, with its time-outs. Throws connect_failed, also when the
+    // peer is silent for `limit`, and initialization.
     void connect(const address_type& address, std::chrono::milliseconds limit = longest_connect);
 
     // In milliseconds, for each wait for bytes to come or to go; 0: for ever. What takes longer
@@ -125,8 +136,13 @@ public:
 
 private:
     std::size_t receive(char* into, std::size_t size) override;
+    void make_connection(const address::ip4& address, std::chrono::milliseconds limit);
+    bool is_ready_within(std::chrono::milliseconds limit, int descriptor, short events) const;
 
-    socket_handle handle_;
+    socket_handle handle_;  // its socket never blocks: is_ready_within() does
+    std::chrono::milliseconds receive_limit_{0};
+    std::chrono::milliseconds send_limit_{0};
+    watch_type watch_;
 };
 
 // False only when the system finds the machine connected and does not say that it is offline. Not

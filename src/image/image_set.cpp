@@ -66,11 +66,12 @@ void decode_picture(std::size_t place, std::string_view bytes, const picture_dec
             format == picture_format::unknown ? unknown_file_type : unwanted_file_type;
         return;
     }
+    if (!decoder.is_ready()) return;  // no fault of the picture, and the log tells it
     budget.begin_picture();
     const std::optional<admitted_picture> admitted = admit(format, bytes);
     bitmap picture;
     std::vector<rect> frames;
-    if (decoder.is_ready() && admitted && budget.has_room_for(admitted->canvas)) {
+    if (admitted && budget.has_room_for(admitted->canvas)) {
         const encoded_picture source(format, admitted->bytes);
         picture = load(source, *admitted, budget, images, frames);
     }

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-// Classes and lower case of single 16-bit units, by the Unicode character database that the ICU
-// library brings. The one place where the program tells a letter from a blank in wide text.
+// Classes and lower case of single 16-bit units, by version 15 of the Unicode character database.
+// The one place where the program tells a letter from a blank in wide text.
 namespace replay::platform {
 
 // What a unit is: an or of these. Surrogates, marks, numbers that are no decimal digits, private
@@ -56,20 +56,18 @@ private:
 
     static constexpr std::size_t units = 0x10000;
 
-    character_table() noexcept;
+    constexpr character_table() noexcept;
 
     bool is(char16_t unit, character_class::flags flag) const noexcept {
         return (classes_[unit] & flag) != 0;
     }
 
-    // The one object is static and so zero before it is filled; pages of memory that stay zero,
-    // most of those for lower case, are never touched.
     std::array<character_class::flags, units> classes_;
     std::array<char16_t, units> to_lower_;  // what to add, modulo 65536
 };
 
-// The table, filled when first asked for; any thread may ask at any time. Stands until the process
-// ends.
+// The table. It is part of the program's file, of which only the pages that are looked at are ever
+// read.
 const character_table& characters() noexcept;
 
 // `text` with each unit lower-cased; as long as before.

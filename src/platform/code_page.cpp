@@ -47,8 +47,9 @@ conversion_status decode_latin1(std::string_view bytes, std::u16string& wide) {
 }
 
 conversion_status encode_latin1(std::u16string_view wide, on_error mode, std::string& bytes) {
-    const bool fits = std::ranges::all_of(wide, [](char16_t unit) { return unit <= 0xFF; });
-    if (!fits && mode == on_error::stop) return conversion_status::untranslatable;
+    char16_t all_bits = 0;  // no way out of the loop, so that it is done many units at a time
+    for (const char16_t unit : wide) all_bits |= unit;
+    if (all_bits > 0xFF && mode == on_error::stop) return conversion_status::untranslatable;
     const std::size_t before = bytes.size();
     bytes.resize(before + wide.size());
     std::ranges::transform(

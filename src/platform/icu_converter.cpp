@@ -3,12 +3,59 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/ucnv_err.h>
+#include <unicode/uvernum.h>
+#include <unicode/uversion.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
+
+#include "platform/shared_library.h"
 
 namespace replay::platform {
 namespace {
+
+// ICU's headers rename its functions to names with its version in them, as its file has them.
+#define TEXT_OF(name) TEXT_AS_IT_STANDS(name)
+#define TEXT_AS_IT_STANDS(name) #name
+#define FUNCTION(name) file.symbol<decltype(&name)>(TEXT_OF(name))
+
+struct icu_library {
+    shared_library file{"libicuuc.so." U_ICU_VERSION_SHORT};
+    decltype(&ucnv_open) open = FUNCTION(ucnv_open);
+    decltype(&ucnv_close) close = FUNCTION(ucnv_close);
+    decltype(&ucnv_reset) reset = FUNCTION(ucnv_reset);
+    decltype(&ucnv_setFallback) set_fallback = FUNCTION(ucnv_setFallback);
+    decltype(&ucnv_setToUCallBack) set_to_wide_callback = FUNCTION(ucnv_setToUCallBack);
+    decltype(&ucnv_setFromUCallBack) set_from_wide_callback = FUNCTION(ucnv_setFromUCallBack);
+    decltype(&ucnv_toUnicode) to_wide = FUNCTION(ucnv_toUnicode);
+    decltype(&ucnv_fromUnicode) from_wide = FUNCTION(ucnv_fromUnicode);
+    decltype(&ucnv_getMaxCharSize) longest_character = FUNCTION(ucnv_getMaxCharSize);
+    decltype(&ucnv_cbToUWriteUChars) write_wide = FUNCTION(ucnv_cbToUWriteUChars);
+    decltype(&ucnv_cbFromUWriteUChars) write_from_wide = FUNCTION(ucnv_cbFromUWriteUChars);
+    decltype(&u_getVersion) get_version = FUNCTION(u_getVersion);
+};
+
+#undef FUNCTION
+#undef TEXT_AS_IT_STANDS
+#undef TEXT_OF
+
+// Null when it cannot be loaded. Never closed: threads close their converters until the very end.
+const icu_library* loaded_icu() {
+    static const icu_library* const loaded = []() -> const icu_library* {
+        try {
+            return new icu_library;
+        } catch (const shared_library::failure&) {
+            return nullptr;
+        }
+    }();
+    return loaded;
+}
+
+// For those that have a converter.
+const icu_library& icu() {
+    return *loaded_icu();
+}
 
 // ICU refuses lengths near 2 GB, so long texts go in by pieces.
 constexpr std::size_t piece = std::size_t{1} << 20;
@@ -20,7 +67,7 @@ void U_CALLCONV widen_error(const void* replace, UConverterToUnicodeArgs* argume
     if (!replace || reason > UCNV_IRREGULAR) return;
     constexpr char16_t replacement = 0xFFFD;
     *error = U_ZERO_ERROR;
-    ucnv_cbToUWriteUChars(arguments, &replacement, 1, 0, error);
+    icu().write_wide(arguments, &replacement, 1, 0, error);
 }
 
 void U_CALLCONV narrow_error(const void* replace, UConverterFromUnicodeArgs* arguments,
@@ -29,30 +76,31 @@ void U_CALLCONV narrow_error(const void* replace, UConverterFromUnicodeArgs* arg
     if (!replace || reason > UCNV_IRREGULAR) return;
     const char16_t* question_mark = u"?";
     *error = U_ZERO_ERROR;
-    ucnv_cbFromUWriteUChars(arguments, &question_mark, question_mark + 1, 0, error);
+    icu().write_from_wide(arguments, &question_mark, question_mark + 1, 0, error);
 }
 
 }  // namespace
 
 std::unique_ptr<icu_converter> icu_converter::open(const char* canonical_name) {
+    if (loaded_icu() == nullptr) return nullptr;
     UErrorCode error = U_ZERO_ERROR;
-    UConverter* const opened = ucnv_open(canonical_name, &error);
+    UConverter* const opened = icu().open(canonical_name, &error);
     if (U_FAILURE(error)) return nullptr;
-    ucnv_setFallback(opened, false);
+    icu().set_fallback(opened, false);
     return std::unique_ptr<icu_converter>(new icu_converter(opened));
 }
 
 icu_converter::~icu_converter() {
-    ucnv_close(converter_);
+    icu().close(converter_);
 }
 
 // The callbacks' context is not looked at, only whether there is one.
 void icu_converter::set_mode(on_error mode) {
     const void* const replace = mode == on_error::replace ? this : nullptr;
     UErrorCode error = U_ZERO_ERROR;
-    ucnv_setToUCallBack(converter_, widen_error, replace, nullptr, nullptr, &error);
-    ucnv_setFromUCallBack(converter_, narrow_error, replace, nullptr, nullptr, &error);
-    ucnv_reset(converter_);
+    icu().set_to_wide_callback(converter_, widen_error, replace, nullptr, nullptr, &error);
+    icu().set_from_wide_callback(converter_, narrow_error, replace, nullptr, nullptr, &error);
+    icu().reset(converter_);
 }
 
 conversion_status icu_converter::decode(std::string_view bytes, on_error mode,
@@ -68,9 +116,9 @@ conversion_status icu_converter::decode(std::string_view bytes, on_error mode,
     do {
         const char* const stop = from + std::min<std::size_t>(piece, end - from);
         const char16_t* const limit = to + std::min<std::size_t>(2 * piece, room_end - to);
-        ucnv_toUnicode(converter_, &to, limit, &from, stop, nullptr, stop == end, &error);
+        icu().to_wide(converter_, &to, limit, &from, stop, nullptr, stop == end, &error);
     } while (U_SUCCESS(error) && from != end);
-    ucnv_reset(converter_);
+    icu().reset(converter_);
 
     const bool anything = to != wide.data() + before;
     if (U_SUCCESS(error) && anything) {
@@ -95,11 +143,11 @@ conversion_status icu_converter::encode(std::u16string_view wide, on_error mode,
         char* to = chunk;
         const char16_t* const stop = from + std::min<std::size_t>(piece, end - from);
         error = U_ZERO_ERROR;
-        ucnv_fromUnicode(converter_, &to, std::end(chunk), &from, stop, nullptr, stop == end,
-                         &error);
+        icu().from_wide(converter_, &to, std::end(chunk), &from, stop, nullptr, stop == end,
+                        &error);
         bytes.append(chunk, to);
     } while (error == U_BUFFER_OVERFLOW_ERROR || (U_SUCCESS(error) && from != end));
-    ucnv_reset(converter_);
+    icu().reset(converter_);
 
     const bool anything = bytes.size() != before;
     if (U_SUCCESS(error) && anything) return conversion_status::done;
@@ -113,9 +161,9 @@ bool icu_converter::is_cut_short(std::string_view bytes) {
     char16_t* to = room;
     const char* from = bytes.data();
     UErrorCode error = U_ZERO_ERROR;
-    ucnv_toUnicode(converter_, &to, std::end(room), &from, from + bytes.size(), nullptr, true,
-                   &error);
-    ucnv_reset(converter_);
+    icu().to_wide(converter_, &to, std::end(room), &from, from + bytes.size(), nullptr, true,
+                  &error);
+    icu().reset(converter_);
     return error == U_TRUNCATED_CHAR_FOUND;
 }
 
@@ -125,15 +173,22 @@ std::optional<char16_t> icu_converter::decode_one(std::string_view bytes) {
     char16_t* to = room;
     const char* from = bytes.data();
     UErrorCode error = U_ZERO_ERROR;
-    ucnv_toUnicode(converter_, &to, std::end(room), &from, from + bytes.size(), nullptr, true,
-                   &error);
-    ucnv_reset(converter_);
+    icu().to_wide(converter_, &to, std::end(room), &from, from + bytes.size(), nullptr, true,
+                  &error);
+    icu().reset(converter_);
     if (U_FAILURE(error) || to != room + 1) return std::nullopt;
     return room[0];
 }
 
 int icu_converter::longest_character() const {
-    return ucnv_getMaxCharSize(converter_);
+    return icu().longest_character(converter_);
+}
+
+std::string icu_version() {
+    if (loaded_icu() == nullptr) return {};
+    UVersionInfo version;
+    icu().get_version(version);
+    return std::to_string(version[0]) + "." + std::to_string(version[1]);
 }
 
 }  // namespace replay::platform

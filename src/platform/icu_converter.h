@@ -14,7 +14,7 @@ namespace replay::platform {
 // One of ICU's converters, opened by its canonical name. Belongs to one thread at a time.
 class icu_converter {
 public:
-    // Null when ICU has no such converter.
+    // Null when ICU has no such converter, or cannot be loaded: that is done for the first one.
     static std::unique_ptr<icu_converter> open(const char* canonical_name);
 
     ~icu_converter();
@@ -40,5 +40,8 @@ private:
 
     UConverter* converter_;
 };
+
+// "72.1"; empty when it cannot be loaded.
+std::string icu_version();
 
 }  // namespace replay::platform

@@ -6,10 +6,17 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <utility>
+
+#include "platform/loaded_modules.h"
+
+#ifndef BRINDLEMOSS_SOURCE_SHARE
+#define BRINDLEMOSS_SOURCE_SHARE ""
+#endif
 
 namespace replay::platform::paths {
 
@@ -58,6 +65,24 @@ void make_folder(const std::string& path, mode_t mode) {
         }
         if (end == std::string::npos) return;
     }
+}
+
+// Where an installation has its "share" beside, seen from a folder with code; empty for one that is
+// no such folder.
+std::filesystem::path prefix_of(const std::filesystem::path& folder) {
+    const std::filesystem::path above = folder.parent_path();
+    if (above.filename() == "lib") return above.parent_path();
+    const std::filesystem::path name = folder.filename();
+    return name == "bin" || name == "lib" || name == "lib64" ? above : std::filesystem::path();
+}
+
+// The program or library that holds this function, which a host may have loaded from anywhere.
+std::string own_file() {
+    const auto own_code = reinterpret_cast<std::uintptr_t>(&prefix_of);
+    for (const loaded_module& each : loaded_modules()) {
+        if (each.code_begin <= own_code && own_code < each.code_end) return each.path;
+    }
+    return {};
 }
 
 std::mutex place_mutex;
@@ -122,6 +147,21 @@ std::string machine() {
 
 void make_machine() {
     make_folder(machine(), home().empty() ? public_mode : private_mode);
+}
+
+std::string product_data_of(std::string_view own_file, std::string_view source_share) {
+    std::error_code error;
+    const std::filesystem::path file = std::filesystem::canonical(own_file, error);
+    if (error) return {};
+    const std::filesystem::path prefix = prefix_of(file.parent_path());
+    const std::string folder =
+        prefix.empty() ? std::string(source_share) : (prefix / "share" / "brindlemoss").string();
+    return is_folder(folder) ? folder : std::string();
+}
+
+std::string product_data() {
+    static const std::string folder = product_data_of(own_file(), BRINDLEMOSS_SOURCE_SHARE);
+    return folder;
 }
 
 }  // namespace replay::platform::paths

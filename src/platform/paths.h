@@ -38,6 +38,13 @@ std::string user_state(std::string_view name);
 std::string machine();
 void make_machine();
 
+// The product's own data, which it brings and never writes: the folder "share/brindlemoss" beside
+// "bin" or "lib" (also "lib64", or a folder below "lib") that holds the program or library with
+// this code in it, links followed. For one that lies elsewhere it is the source tree's "share" that
+// the build was told of (BRINDLEMOSS_SOURCE_SHARE), so that a program works where it was built.
+// Empty when there is no such folder. It is found once a process; a home has no part in it.
+std::string product_data();
+
 // For tests: a home for as long as it lives, then what was before.
 class scoped_home {
 public:
@@ -59,5 +66,8 @@ struct places {
 };
 
 places places_of(const char* (*variable)(const char* name));
+
+// What product_data() gives for code in `own_file`, built with `source_share`.
+std::string product_data_of(std::string_view own_file, std::string_view source_share);
 
 }  // namespace replay::platform::paths

@@ -1,6 +1,8 @@
 #include "platform/run_program.h"
 
 #include <fcntl.h>
+#include <linux/close_range.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -80,16 +82,63 @@ int exit_code_of(pid_t process) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : signal_base + WTERMSIG(status);
 }
 
-}  // namespace
-
-std::optional<program_result> run_program(const std::vector<std::string>& arguments) {
+std::vector<char*> pointers_to(const std::vector<std::string>& arguments) {
     std::vector<char*> pointers;
     pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
     }
     pointers.push_back(nullptr);
+    return pointers;
+}
 
+[[noreturn]] void tell_failure(int end) {
+    const char mark = '!';
+    ::_exit(::write(end, &mark, sizeof mark) < 0 ? 1 : 0);
+}
+
+// In a process that was forked off one with other threads: only calls that are safe there.
+[[noreturn]] void become_program(char* const* arguments, const char* folder, int failure_end) {
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::signal(SIGPIPE, SIG_DFL);
+    ::signal(SIGCHLD, SIG_DFL);
+    const int nowhere = ::open("/dev/null", O_RDWR);
+    if (::chdir(folder) == 0 && nowhere >= 0 && ::dup2(nowhere, STDIN_FILENO) >= 0 &&
+        ::dup2(nowhere, STDOUT_FILENO) >= 0 && ::dup2(nowhere, STDERR_FILENO) >= 0 &&
+        ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0) {
+        ::execv(arguments[0], arguments);
+    }
+    tell_failure(failure_end);
+}
+
+}  // namespace
+
+bool start_program(const std::vector<std::string>& arguments, const std::string& folder) {
+    std::vector<char*> pointers = pointers_to(arguments);
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) return false;
+    const descriptor reading(ends[0]);
+    descriptor writing(ends[1]);  // closed by the system once the program runs
+    // The child ends at once, so that its own child, the program, goes to the system's first
+    // process, which waits for it.
+    const pid_t between = ::fork();
+    if (between < 0) return false;
+    if (between == 0) {
+        ::setsid();
+        const pid_t program = ::fork();
+        if (program == 0) become_program(pointers.data(), folder.c_str(), writing.get());
+        if (program < 0) tell_failure(writing.get());
+        ::_exit(0);
+    }
+    exit_code_of(between);
+    writing.close();
+    return read_all(reading.get()).empty();
+}
+
+std::optional<program_result> run_program(const std::vector<std::string>& arguments) {
+    std::vector<char*> pointers = pointers_to(arguments);
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
     const descriptor reading(ends[0]);

@@ -58,6 +58,11 @@ namespace {
 // Ids of paths that nobody asks for any more would otherwise stay for ever.
 constexpr std::size_t most_known_keys = 1000;
 
+std::optional<std::int64_t> find_at_once(store_connection& connection, std::string_view key) {
+    const read_transaction at_once(connection);
+    return find_key(connection, key);
+}
+
 bool key_exists(store_connection& connection, std::int64_t key) {
     return connection.run(query::key_exists).bind(key).step();
 }
@@ -87,6 +92,10 @@ std::vector<std::string> listed(store_connection& connection, query which, std::
 
 }  // namespace
 
+void expect_small_stores() noexcept {
+    sqlite3_config(SQLITE_CONFIG_PAGECACHE, nullptr, 0, 0);
+}
+
 store::store(std::string file, store_options options)
     : file_(std::move(file)), options_(std::move(options)) {
     ready_connection();
@@ -100,6 +109,11 @@ store::~store() {
 void store::forget_connection() {
     connection_.reset();
     key_ids_.clear();
+}
+
+void store::remember(std::string_view key, std::int64_t id) {
+    if (key_ids_.size() >= most_known_keys) key_ids_.clear();
+    key_ids_.insert_or_assign(std::string(key), id);
 }
 
 store_connection& store::ready_connection() {
@@ -155,10 +169,9 @@ auto store::with_key(std::string_view key, work&& do_work) {
             if (auto result = try_with(known->second)) return *std::move(result);
             key_ids_.erase(known);
         }
-        if (const std::optional<std::int64_t> id = find_key(connection, key)) {
+        if (const std::optional<std::int64_t> id = find_at_once(connection, key)) {
             if (auto result = try_with(*id)) {
-                if (key_ids_.size() >= most_known_keys) key_ids_.clear();
-                key_ids_.emplace(path_, *id);
+                remember(key, *id);
                 return *std::move(result);
             }
         }
@@ -172,12 +185,14 @@ bool store::read_only() {
 
 bool store::has_key(std::string_view key) {
     return attempt(
-        [&](store_connection& connection) { return find_key(connection, key).has_value(); });
+        [&](store_connection& connection) { return find_at_once(connection, key).has_value(); });
 }
 
 void store::create_key(std::string_view key) {
     attempt([&](store_connection& connection) {
-        if (find_key(connection, key)) return;
+        if (const std::optional<std::int64_t> id = find_at_once(connection, key)) {
+            return remember(key, *id);
+        }
         write_transaction transaction(connection);
         make_key(connection, key);
         transaction.commit();

@@ -96,6 +96,10 @@ struct store_options {
     std::function<void(std::string_view)> message;
 };
 
+// For a program that has the process for itself and mostly ends soon, before the first store:
+// SQLite takes memory for what a store needs, rather than ahead for what a large one would.
+void expect_small_stores() noexcept;
+
 // A tree of keys with typed values, in one SQLite file. What one process writes, the others read
 // from then on; no write is half done, and one that returned stands even when the process is
 // killed right after. (When the power fails, the last writes may be missing, never parts of one.)
@@ -104,6 +108,9 @@ struct store_options {
 // count for nothing. Names are UTF-8 and at most 255 characters long (16383 for values), paths at
 // most 512 keys deep. Case makes no difference to which key or value is meant; a name keeps the
 // case in which it was first written.
+//
+// The last writes may stand in a log beside the file ("<file>-wal") even while nobody has it open:
+// both are to be moved, copied and removed together.
 //
 // A file that is damaged, or no store at all, is renamed to "<file>.damaged-<time>", with what
 // belongs to it, and a fresh one is begun, whenever that shows. A file that was removed or replaced
@@ -165,6 +172,7 @@ private:
     auto with_key(std::string_view key, work&& do_work);
     store_connection& ready_connection();
     void forget_connection();
+    void remember(std::string_view key, std::int64_t id);
     void complain(const store_error& error);
 
     const std::string file_;

@@ -31,6 +31,7 @@ private:
 sqlite_failure failure_of(sqlite3* handle, int code);  // `handle` may be nullptr
 
 enum class query : std::size_t {
+    begin_reading,
     begin,
     commit,
     find_key,
@@ -87,13 +88,35 @@ public:
     bool read_only() const noexcept;
     bool moved() const noexcept;  // the name of the file leads elsewhere or nowhere
 
+    // For a file with a write-ahead log: leaves the log in place at the end as long as it is short,
+    // in place of writing it into the file, which waits for the disk. Who opens the file next reads
+    // it again.
+    void keep_short_log();
+
     statement_run run(query which);
     std::int64_t changed_rows() const noexcept;
     std::int64_t last_id() const noexcept;
 
 private:
+    static int after_commit(void* connection, sqlite3* handle, const char* name, int log_pages);
+
     sqlite3* handle_;
+    bool keeps_short_log_ = false;
+    int log_pages_ = 0;  // as of the last commit here
     std::array<sqlite3_stmt*, static_cast<std::size_t>(query::count)> statements_{};
+};
+
+// Has all reads meanwhile see one state of the file, and take its locks once. Within another
+// transaction it does nothing.
+class read_transaction {
+public:
+    explicit read_transaction(store_connection& connection);
+    ~read_transaction();
+    read_transaction(const read_transaction&) = delete;
+    read_transaction& operator=(const read_transaction&) = delete;
+
+private:
+    store_connection* connection_ = nullptr;  // none: there was a transaction already
 };
 
 // A transaction that writes, rolled back unless committed.

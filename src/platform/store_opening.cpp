@@ -10,7 +10,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/clock.h"
 #include "platform/process_lock.h"
@@ -49,6 +51,17 @@ CREATE TABLE entries (
     UNIQUE (key, folded)
 ) STRICT;
 )";
+
+struct column_name {
+    const char* table;
+    const char* column;
+};
+
+constexpr column_name columns[] = {
+    {"keys", "id"},          {"keys", "parent"},  {"keys", "name"},    {"keys", "folded"},
+    {"entries", "id"},       {"entries", "key"},  {"entries", "name"}, {"entries", "folded"},
+    {"entries", "revision"}, {"entries", "type"}, {"entries", "data"},
+};
 
 // Thrown when a file is damaged or was never a store.
 struct damaged_file {
@@ -113,7 +126,7 @@ void set_aside(const std::string& file, const std::string& why, const store_opti
                               file + " is damaged and cannot be set aside (" + why + ")");
         }
     }
-    if (::rename(file.c_str(), aside.c_str()) != 0) {
+    if (::rename(file.c_str(), aside.c_str()) != 0 && errno != ENOENT) {
         throw store_error(store_fault::damaged,
                           file + " is damaged and cannot be set aside (" + why + ")");
     }
@@ -130,8 +143,8 @@ void make_file(const std::string& file, unsigned mode) {
 // One statement that is not kept, at its first row.
 class single_row {
 public:
-    single_row(sqlite3* handle, const char* text) {
-        int code = sqlite3_prepare_v2(handle, text, -1, &statement_, nullptr);
+    single_row(sqlite3* handle, const std::string& text) {
+        int code = sqlite3_prepare_v2(handle, text.c_str(), -1, &statement_, nullptr);
         if (code == SQLITE_OK) code = sqlite3_step(statement_);
         if (code == SQLITE_ROW) return;
         const sqlite_failure failure = failure_of(handle, code);
@@ -183,12 +196,15 @@ void check_identity(sqlite3* handle, const std::string& file) {
 
 // With a write-ahead log, a killed process loses nothing without waiting for the disk at each
 // write. Where there can be none, SQLite says so by another answer.
-void choose_journal(sqlite3* handle, const std::string& file, const store_options& options) {
+void choose_journal(store_connection& connection, std::string present, const std::string& file,
+                    const store_options& options) {
+    sqlite3* const handle = connection.handle();
     const bool ahead = options.kept == store_options::journal::write_ahead && !on_network(file);
-    const char* const wanted = ahead ? "PRAGMA journal_mode = WAL" : "PRAGMA journal_mode = DELETE";
-    const std::string got = single_row(handle, wanted).text();
-    execute(handle, got == "wal" ? "PRAGMA synchronous = NORMAL" : "PRAGMA synchronous = FULL");
-    execute(handle, "PRAGMA journal_size_limit = 4194304");
+    const std::string wanted = ahead ? "wal" : "delete";
+    if (present != wanted) present = single_row(handle, "PRAGMA journal_mode = " + wanted).text();
+    execute(handle, present == "wal"
+                        ? "PRAGMA synchronous = NORMAL; PRAGMA journal_size_limit = 4194304"
+                        : "PRAGMA synchronous = FULL");
 }
 
 void begin_file(store_connection& connection, const store_options& options) {
@@ -210,11 +226,10 @@ void check_contents(store_connection& connection) {
         std::replace(found.begin(), found.end(), '\n', ' ');  // it is told in one line
         throw damaged_file{found};
     }
-    try {
-        connection.run(query::insert_key);
-        connection.run(query::insert_value);
-    } catch (const sqlite_failure& failure) {
-        throw damaged_file{failure.what()};
+    for (const auto& [table, column] : columns) {
+        const int code = sqlite3_table_column_metadata(connection.handle(), "main", table, column,
+                                                       nullptr, nullptr, nullptr, nullptr, nullptr);
+        if (code != SQLITE_OK) throw damaged_file{failure_of(connection.handle(), code).what()};
     }
 }
 
@@ -244,18 +259,29 @@ std::unique_ptr<store_connection> connect(const std::string& address, int access
     return connection;
 }
 
+// The kind of journal that a good file has; nothing for an empty file, where there may be one.
+std::optional<std::string> checked_journal(store_connection& connection, const std::string& file,
+                                           bool may_be_empty) {
+    const read_transaction at_once(connection);
+    if (may_be_empty && is_empty(connection.handle())) return std::nullopt;
+    check_identity(connection.handle(), file);
+    check_contents(connection);
+    return single_row(connection.handle(), "PRAGMA journal_mode").text();
+}
+
 std::unique_ptr<store_connection> open_for_writing(const std::string& file,
                                                    const store_options& options) {
     auto connection = connect(address_of(file), SQLITE_OPEN_READWRITE, options);
     // SQLite itself falls back to reading.
-    if (connection->read_only()) {
-        check_identity(connection->handle(), file);
-    } else {
-        const bool empty = is_empty(connection->handle());
-        if (!empty) check_identity(connection->handle(), file);
-        choose_journal(connection->handle(), file, options);
-        if (empty) begin_file(*connection, options);
+    const bool read_only = connection->read_only();
+    const std::optional<std::string> journal = checked_journal(*connection, file, !read_only);
+    if (read_only) return connection;
+    choose_journal(*connection, journal.value_or(""), file, options);
+    if (journal) {
+        connection->keep_short_log();
+        return connection;
     }
+    begin_file(*connection, options);
     check_contents(*connection);
     return connection;
 }
@@ -285,9 +311,10 @@ std::unique_ptr<store_connection> open_checked(const std::string& file,
     const off_t size = size_of(file);
     if (size > 0 && size < least_page) throw damaged_file{"it is cut short"};
     if (size == 0 && size_of(file + "-wal") > 0) {
-        throw damaged_file{"it is empty, and its log is not"};
+        throw damaged_file{exists(file) ? "it is empty, and its log is not"
+                                        : "it is gone, and its log is not"};
     }
-    make_file(file, options.mode);
+    if (size == 0) make_file(file, options.mode);
     try {
         try {
             return open_for_writing(file, options);

@@ -1,6 +1,6 @@
 #include "rules/rules_sender_allowed.h"
 
-#include "rules/process_wide.h"
+#include "foundation/process_wide.h"
 #include "rules/recipients.h"
 
 namespace brindlemoss::rules {
@@ -25,7 +25,7 @@ private:
 }  // namespace
 
 rules_sender_allowed& rules_sender_allowed::instance() {
-    return process_wide<rules_sender_allowed, singleton::rules_sender_allowed>::instance();
+    return process_wide<rules_sender_allowed>::until_unload(singleton::rules_sender_allowed);
 }
 
 void rules_sender_allowed::add_recipients(const replay::internet::message2::part& message) {

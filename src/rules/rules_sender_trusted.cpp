@@ -2,9 +2,9 @@
 
 #include <exception>
 
+#include "foundation/process_wide.h"
 #include "foundation/registry.h"
 #include "platform/clock.h"
-#include "rules/process_wide.h"
 #include "rules/recipients.h"
 #include "rules/trust_steps.h"
 
@@ -59,7 +59,7 @@ std::exception_ptr add_steps(text_list& entries, const recipients& all, std::uin
 }  // namespace
 
 rules_sender_trusted& rules_sender_trusted::instance() {
-    return process_wide<rules_sender_trusted, singleton::rules_sender_trusted>::instance();
+    return process_wide<rules_sender_trusted>::until_unload(singleton::rules_sender_trusted);
 }
 
 std::optional<rules_sender_trusted::trust> rules_sender_trusted::find(std::string_view address) {

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -173,10 +175,20 @@ TEST(client, touch_and_votes_go_out_and_wait_for_nothing) {
         "REVOKE-MSG\tAUTH-ACCOUNT=C\tAUTH-DIGEST="));
 }
 
+// Of this process.
+std::ptrdiff_t sockets_and_threads() {
+    const auto entries = [](const char* folder) {
+        return std::distance(std::filesystem::directory_iterator(folder), {});
+    };
+    return entries("/proc/self/fd") + entries("/proc/self/task");
+}
+
 TEST(client, without_a_look_at_the_servers_fails_at_once) {
     scripted_peer peer(server_that(right_answer));
+    const std::ptrdiff_t before = sockets_and_threads();
     client asking(ip4(), peer.host(), 0, patient());
     const query one(asking, forever);
+    EXPECT_EQ(sockets_and_threads(), before) << "nothing is made that is not needed";
     EXPECT_EQ(one.thrown, "community_client.discovery_pending[]");
     EXPECT_THAT(
         texts_of(one.lines),

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -357,6 +358,74 @@ TEST(http_transfer, lost_servers_are_told_apart) {
     const auto port = std::to_string(test_support::listener().port());
     EXPECT_THROW(http::get(http::request_type("127.0.0.1:" + port)),
                  socket::stream::connect_failed);
+}
+
+// A server that sends `head`, and a piece of `drip` each time that the client is about to wait; the
+// monitor on the client's side, too, which may refuse one wait.
+struct dripping_server : http::monitor_type {
+    bool request(std::string_view, std::string_view) override {
+        connection.emplace(port.accept());
+        return connection->send(head);
+    }
+    bool waiting() override {
+        if (connection) connection->send(drip);
+        return ++waits != refused;
+    }
+
+    test_support::listener port;
+    std::optional<test_support::peer_connection> connection;
+    std::string head;
+    std::string drip;
+    int waits = 0;
+    int refused = 0;
+};
+
+TEST(http_transfer, slow_peers_are_given_up_in_the_midst_of_a_line_or_piece) {
+    struct row {
+        const char* name;
+        const char* head;
+        const char* drip;
+        bool is_full = false;
+    };
+    const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+    const std::string in_a_chunk = chunked + "FFFFFF\r\n";
+    const row rows[] = {
+        {"silence", "", ""},
+        {"status line", "HTTP/1.1 200 ", "x"},
+        {"header line", "HTTP/1.1 200 OK\r\nA: b", "x"},
+        {"line of a chunk", chunked.c_str(), "0"},
+        {"chunk", in_a_chunk.c_str(), "x"},
+        {"body", "HTTP/1.1 200 OK\r\nContent-Length: 16000000\r\n\r\n", "x"},
+        {"no connection", "", "", true},
+    };
+    const test_support::full_listener full;
+    for (const row& each : rows) {
+        SCOPED_TRACE(each.name);
+        for (const int refused : {0, 5}) {  // the connection and the request take three at most
+            dripping_server server;
+            server.head = each.head;
+            server.drip = each.drip;
+            server.refused = refused;
+            http::transfer_limits limits;
+            if (refused == 0) limits.whole = std::chrono::milliseconds(100);
+            const auto port = std::to_string(each.is_full ? full.port() : server.port.port());
+            const http::request_type request("127.0.0.1:" + port);
+            EXPECT_EQ(
+                failure_of([&] { http::get(request, server, limits); }),
+                refused == 0 ? "socket.timeout[Transfer took too long]" : "http.aborted[waiting]");
+            EXPECT_TRUE(refused == 0 || server.waits == refused);
+        }
+    }
+}
+
+TEST(http_transfer, redirects_share_the_time_of_the_whole) {
+    http_peer peer;
+    peer.serve({{"HTTP/1.1 302 x\r\nLocation: " + peer.url("/") + "\r\n\r\n"}});
+    http::monitor_type monitor;
+    const http::transfer_limits limits{.redirects = 1'000'000,
+                                       .whole = std::chrono::milliseconds(100)};
+    EXPECT_EQ(failure_of([&] { http::get(http::request_type(peer.url()), monitor, limits); }),
+              "socket.timeout[Transfer took too long]");
 }
 
 TEST(http_transfer, endless_answers_come_to_an_end) {

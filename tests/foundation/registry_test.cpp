@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -406,7 +407,7 @@ TEST_F(registry, lays_the_tree_of_an_installation_where_there_is_none) {
     EXPECT_EQ(get_text(setting_of(tree_key::machine_installation, u"Version"), write_back::no),
               u"");
     EXPECT_THAT(at(tree_key::machine_root).key_names(),
-                ElementsAre(u"Community", u"Installation", u"Language Recognition"));
+                ElementsAre(u"Account", u"Community", u"Installation", u"Language Recognition"));
     community.delete_value(u"Refresh");
     close_all();
     constexpr const setting& refresh = setting_of(tree_key::machine_community, u"Refresh");
@@ -481,6 +482,31 @@ TEST_F(registry, opens_each_key_of_the_table_once_for_all_threads) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(std::count(seen.begin(), seen.end(), seen[0]), std::ssize(seen));
+}
+
+TEST_F(registry, a_key_of_the_table_opens_again_when_it_is_used) {
+    const key& rules = at(tree_key::user_rules_deny);
+    rules.set_multi_text(u"Domains", {u"a"});
+    EXPECT_THAT(*rules.shared_multi_text(u"Domains"), ElementsAre(u"a"));
+    close_all();
+    std::filesystem::remove_all(folder_.path("home"));
+    EXPECT_THAT(*rules.shared_multi_text(u"Domains"), IsEmpty()) << "it is a fresh home";
+    rules.set_multi_text(u"Domains", {u"b"});
+    EXPECT_EQ(&at(tree_key::user_rules_deny), &rules);
+    EXPECT_THAT(rules.get_multi_text(u"Domains", {}, write_back::no), ElementsAre(u"b"));
+}
+
+TEST_F(registry, threads_may_go_on_while_all_is_closed) {
+    constexpr std::uint32_t additions = 200;
+    std::atomic<bool> is_done = false;
+    std::thread counting([&] {
+        for (std::uint32_t i = 0; i < additions; ++i) counters::add("User", "Blocked", 1);
+        is_done = true;
+    });
+    while (!is_done) close_all();
+    counting.join();
+    EXPECT_EQ(get_integer(setting_of(tree_key::user_statistics_user, u"Blocked"), write_back::no),
+              additions);
 }
 
 TEST_F(registry, counts_in_keys_of_the_table_and_in_others) {

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <functional>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "support/failure_text.h"
 #include "support/http_peer.h"
@@ -14,9 +13,11 @@ namespace {
 
 using namespace replay::internet::socket;
 using test_support::failure_of;
+using test_support::full_listener;
 using test_support::listener;
 using test_support::peer_connection;
 
+const std::string much(64 << 20, 'x');    // more than the system takes without a reader
 constexpr std::uint32_t plenty = 10'000;  // milliseconds; only a fault waits as long
 
 // A stream and its far end.
@@ -94,10 +95,43 @@ TEST_F(stream_socket, gives_up_on_a_line_without_end) {
 
 TEST_F(stream_socket, silence_is_a_time_out_in_both_directions) {
     client.set_timeouts(1, 1);
-    EXPECT_EQ(failure_of([&] { read(1); }), "socket.timeout[recv() failed]");
-    EXPECT_EQ(failure_of([&] { read_line(); }), "socket.timeout[recv() failed]");
-    EXPECT_EQ(failure_of([&] { client.write(std::string(64 << 20, 'x')); }),
-              "socket.timeout[send() failed]");
+    for (const stream::watch_type& watch : {stream::watch_type(), stream::watch_type([] {})}) {
+        client.set_watch(watch);
+        EXPECT_EQ(failure_of([&] { read(1); }), "socket.timeout[recv() failed]");
+        EXPECT_EQ(failure_of([&] { read_line(); }), "socket.timeout[recv() failed]");
+        EXPECT_EQ(failure_of([&] { client.write(much); }), "socket.timeout[send() failed]");
+    }
+}
+
+// What it throws when it is asked for the third time; before, it drips.
+TEST_F(stream_socket, is_ended_by_its_watch) {
+    client.set_timeouts(plenty, 1);
+    EXPECT_THROW(client.write(much), timeout);  // no more goes into the connection
+    client.set_timeouts(plenty, plenty);
+    struct row {
+        const char* name;
+        const char* drip;
+        std::function<void()> wait;
+    };
+    const row rows[] = {
+        {"silence", "", [&] { read(1); }},
+        {"a dripping line", "x", [&] { read_line(); }},
+        {"dripping bytes", "x", [&] { read(1000); }},
+        {"a peer that does not read", "", [&] { client.write("x"); }},
+    };
+    for (const row& each : rows) {
+        SCOPED_TRACE(each.name);
+        int asked = 0;
+        client.set_watch([&] {
+            if (++asked == 3) throw generic("enough");
+            peer.send(each.drip);
+        });
+        EXPECT_EQ(failure_of(each.wait), "socket[enough]");
+        EXPECT_EQ(asked, 3);
+    }
+    client.set_watch({});
+    peer.send("\n");
+    EXPECT_EQ(read(1), "\n");  // still connected
 }
 
 TEST_F(stream_socket, writes_all_of_it) {
@@ -156,18 +190,33 @@ TEST(stream_socket_connect, says_why_there_is_none) {
     }
 }
 
-TEST(stream_socket_connect, gives_up_on_a_silent_peer) {
-    listener full(0);  // and nobody accepts: beyond the first, connections are not answered
-    std::vector<std::unique_ptr<stream>> waiting;
-    std::string failure;
-    while (failure.empty() && waiting.size() < 10) {
-        waiting.push_back(std::make_unique<stream>());
-        failure = failure_of([&] {
-            waiting.back()->connect(address_type("127.0.0.1", full.port()),
-                                    std::chrono::milliseconds(20));
-        });
+TEST(stream_socket_connect, gives_up_on_a_peer_that_does_not_answer) {
+    const full_listener full;
+    int asked = 0;
+    const stream::watch_type impatient = [&] {
+        if (++asked == 3) throw generic("enough");
+    };
+    struct row {
+        stream::watch_type watch;
+        std::chrono::milliseconds limit;
+        const char* failure;
+    };
+    const row rows[] = {
+        {{}, std::chrono::milliseconds(20), "socket.connect_failed[connect() failed]"},
+        {[] {}, std::chrono::milliseconds(120), "socket.connect_failed[connect() failed]"},
+        {impatient, stream::longest_connect, "socket[enough]"},
+    };
+    for (const row& each : rows) {
+        SCOPED_TRACE(each.limit.count());
+        stream client;
+        client.set_watch(each.watch);
+        EXPECT_EQ(
+            failure_of([&] { client.connect(address_type("127.0.0.1", full.port()), each.limit); }),
+            each.failure);
+        client.set_watch({});
+        EXPECT_EQ(failure_of([&] { client.write("x"); }), "socket.closed[send() failed]");
     }
-    EXPECT_EQ(failure, "socket.connect_failed[connect() failed]");
+    EXPECT_EQ(asked, 3);
 }
 
 }  // namespace

@@ -105,6 +105,39 @@ TEST(paths, name_the_folder_that_cannot_be_made) {
     }
 }
 
+TEST(paths, find_the_products_data_beside_the_code) {
+    const temporary_folder folder;
+    const std::string installed = folder.path("opt/share/brindlemoss");
+    const std::string source = folder.path("source/share");
+    for (const std::string& made : {installed, source}) {
+        std::filesystem::create_directories(made);
+    }
+    std::filesystem::create_directories(folder.path("links/bin"));
+    std::filesystem::create_symlink(folder.file("opt/bin/program"),
+                                    folder.path("links/bin/program"));
+    const struct {
+        std::string file;
+        std::string found;
+    } rows[] = {
+        {"opt/bin/program", installed},
+        {"links/bin/program", installed},
+        {"opt/lib/library.so", installed},
+        {"opt/lib64/library.so", installed},
+        {"opt/lib/x86_64-linux-gnu/library.so", installed},
+        {"opt/lib/a/b/library.so", source},
+        {"opt/program", source},
+        {"other/bin/program", ""},  // installed, but without its data
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.file);
+        if (row.file != "links/bin/program") folder.file(row.file);
+        EXPECT_EQ(paths::product_data_of(folder.path(row.file), source), row.found);
+    }
+    EXPECT_EQ(paths::product_data_of(folder.path("opt/program"), folder.path("missing")), "");
+    EXPECT_EQ(paths::product_data_of(folder.path("opt/bin/missing"), source), "");
+    EXPECT_EQ(paths::product_data_of("", source), "");
+}
+
 TEST(clock, stands_where_a_test_puts_it) {
     clock::standing time(clock::time_point(std::chrono::milliseconds(86'400'999)));
     EXPECT_EQ(clock::seconds_since_1970(), 86'400);

@@ -1,13 +1,21 @@
 #include "platform/run_program.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
 
 #include "platform/package_manager.h"
+#include "support/child_process.h"
+#include "support/program_script.h"
 
 namespace {
 
 using replay::platform::program_result;
 using replay::platform::run_program;
+using replay::platform::start_program;
+using test_support::program_script;
 
 struct program_case {
     const char* what;
@@ -42,6 +50,25 @@ TEST(run_program, gives_exit_code_and_output) {
 
 TEST(run_program, tells_a_program_that_cannot_be_started) {
     EXPECT_FALSE(run_program({"/bin/there is no such program"}));
+}
+
+TEST(start_program, leaves_the_program_to_itself_with_nothing_of_ours) {
+    const test_support::pipe_ends ours;  // descriptors that a program would inherit
+    const program_script script("tell", "cat; ls /proc/self/fd | wc -l; ps -o sid= -p $$");
+    ASSERT_TRUE(start_program({script.folder() + "/tell", "two words", "$HOME"}, "/usr"));
+    const std::string told = script.told();
+    // The fourth descriptor is that of the listing itself.
+    const std::string wanted = script.folder() + "/tell\n/usr\n[two words]\n[$HOME]\n4\n";
+    EXPECT_EQ(told.substr(0, wanted.size()), wanted);
+    EXPECT_NE(std::atoi(told.c_str() + std::min(wanted.size(), told.size())), ::getsid(0));
+}
+
+TEST(start_program, tells_what_cannot_be_started) {
+    const program_script script("tell");
+    EXPECT_FALSE(start_program({script.folder() + "/missing"}, "/usr"));
+    EXPECT_FALSE(start_program({script.folder() + "/tell"}, script.folder() + "/missing"));
+    EXPECT_FALSE(start_program({script.folder()}, "/usr"));
+    EXPECT_FALSE(start_program({script.folder() + "/tell", std::string(1 << 22, 'x')}, "/usr"));
 }
 
 TEST(package_manager, knows_no_package_by_a_name_that_is_none) {

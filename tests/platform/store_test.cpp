@@ -523,6 +523,39 @@ TEST(store, sets_the_log_aside_with_an_emptied_file) {
     EXPECT_EQ(logs, 1u);
 }
 
+TEST(store, leaves_a_short_log_beside_the_file_and_no_long_one) {
+    const temporary_folder folder;
+    made_store(folder);
+    const auto log_is_left = [&] { return std::filesystem::exists(folder.path("a.store-wal")); };
+    EXPECT_FALSE(log_is_left()) << "a file that was begun is whole";
+    const auto write = [&](int last) {
+        store tree(folder.path(file_name), quiet());
+        for (int i = 1; i <= last; ++i) tree.write("a", "v", integer(static_cast<unsigned>(i)));
+    };
+    const auto read = [&] { return store(folder.path(file_name), quiet()).read("a", "v").value; };
+    write(1);
+    EXPECT_TRUE(log_is_left());
+    EXPECT_EQ(read(), integer(1));
+    for (int i = 0; i < 50; ++i) write(1);  // a page each
+    EXPECT_TRUE(log_is_left());
+    write(20);
+    EXPECT_FALSE(log_is_left());
+    EXPECT_EQ(read(), integer(20));
+}
+
+TEST(store, begins_anew_where_the_file_was_removed_and_its_log_left) {
+    const temporary_folder folder;
+    made_store(folder);
+    store(folder.path(file_name), quiet()).write("a", "v", binary("1"));
+    std::filesystem::remove(folder.path(file_name));
+    std::vector<std::string> lines;
+    const store tree(folder.path(file_name), quiet(&lines));
+    EXPECT_THAT(lines, SizeIs(1));
+    EXPECT_THAT(store(folder.path(file_name), quiet(&lines)).key_names(""), IsEmpty());
+    EXPECT_THAT(lines, SizeIs(1));
+    EXPECT_THAT(files_set_aside(folder), testing::Contains(testing::EndsWith("-wal")));
+}
+
 TEST(store, opens_beside_a_log_of_garbage) {
     const temporary_folder folder;
     made_store(folder);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -89,6 +90,33 @@ private:
     std::uint16_t port_;
 };
 
+// A port of loopback that takes no connection and refuses none: its queue is full.
+class full_listener {
+public:
+    full_listener() {
+        while (enters_queue()) {
+        }
+    }
+
+    std::uint16_t port() const { return listener_.port(); }
+
+private:
+    bool enters_queue() {
+        const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+        queue_.emplace_back(descriptor);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(listener_.port());
+        ::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        pollfd wait{.fd = descriptor, .events = POLLOUT, .revents = 0};
+        return ::poll(&wait, 1, 20) > 0;
+    }
+
+    listener listener_{0};
+    std::vector<peer_connection> queue_;
+};
+
 // An HTTP server that reads whole requests, keeps them, and sends what it is told to, right or not.
 class http_peer {
 public:
@@ -109,6 +137,8 @@ public:
     std::string url(std::string_view path = "/") const {
         return "http://127.0.0.1:" + std::to_string(listener_.port()).append(path);
     }
+
+    std::uint16_t port() const { return listener_.port(); }
 
     // One for each connection in turn; the last serves all further ones. Once.
     void serve(std::vector<answer> answers) {
