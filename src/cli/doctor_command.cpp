@@ -1,9 +1,9 @@
 #include "cli/doctor_command.h"
 
 #include <sqlite3.h>
-#include <unicode/uversion.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <exception>
@@ -17,7 +17,10 @@
 #include "cli/console.h"
 #include "cli/json_writer.h"
 #include "cli/registry_access.h"
+#include "image/bitmap.h"
+#include "platform/icu_converter.h"
 #include "platform/paths.h"
+#include "services/language_identifier.h"
 
 namespace brindlemoss::cli {
 
@@ -38,14 +41,6 @@ struct check {
     bool ok;
     std::string text;
 };
-
-std::string icu_version() {
-    UVersionInfo version;
-    u_getVersion(version);
-    std::array<char, U_MAX_VERSION_STRING_LENGTH> text{};
-    u_versionToString(version, text.data());
-    return text.data();
-}
 
 std::string bytes_text(const std::string& file) {
     std::error_code error;
@@ -90,6 +85,7 @@ check check_user_store() {
 std::optional<std::u16string_view> missing_machine_key() {
     for (const registry::key_place& place : registry::key_places) {
         if (place.root != predefined_root::local_machine) continue;
+        if (place.key == tree_key::machine_account) continue;  // nobody misses what has defaults
         if (!open_existing(place.root, place.path)) return place.path;
     }
     return std::nullopt;
@@ -213,11 +209,32 @@ check made(const char* name, check (*make)()) {
     }
 }
 
+check check_character_sets() {
+    const std::string version = replay::platform::icu_version();
+    if (!version.empty()) return {"ICU", true, version};
+    return {"ICU", false,
+            "cannot be opened, so most character sets cannot be read: install libicu"};
+}
+
+check check_pictures() {
+    const analysis::plugins::image_analysis::picture_decoder decoder;
+    if (decoder.is_ready()) return {"FreeImage", true, "pictures are looked at"};
+    return {"FreeImage", false,
+            "cannot be opened, so nobody looks at pictures: install libfreeimage3"};
+}
+
+check check_languages() {
+    const language::manager recognition({}, {}, {});
+    return {"CLD2", true, "languages are recognised"};
+}
+
 std::vector<check> all_checks(const doctor_options& options) {
     const store_messages messages;
-    std::vector<check> checks{{"program", true, "brindlemoss " + options.version},
-                              {"ICU", true, icu_version()},
-                              {"SQLite", true, sqlite3_libversion()}};
+    std::vector<check> checks{{"program", true, "brindlemoss " + options.version}};
+    checks.push_back(made("ICU", check_character_sets));
+    checks.push_back({"SQLite", true, sqlite3_libversion()});
+    checks.push_back(made("FreeImage", check_pictures));
+    checks.push_back(made("CLD2", check_languages));
     checks.push_back(made("user store", check_user_store));
     checks.push_back(made("machine store", check_machine_store));
     checks.push_back(made("log folder", check_log_folder));
@@ -253,6 +270,13 @@ std::string as_text(const std::vector<check>& checks) {
 }
 
 }  // namespace
+
+CLI::App* add_doctor(CLI::App& program, doctor_options& options) {
+    CLI::App* command = program.add_subcommand(
+        "doctor", "Tell where everything lies, what works and what does not");
+    command->add_flag("--json", options.json, "Print one JSON object");
+    return command;
+}
 
 int run_doctor(const doctor_options& options) {
     const std::vector<check> checks = all_checks(options);

@@ -1,5 +1,6 @@
 #include "cli/parse_command.h"
 
+#include <CLI/CLI.hpp>
 #include <exception>
 #include <typeinfo>
 
@@ -101,6 +102,15 @@ std::string as_outline(std::string_view name, std::string_view raw) {
 }
 
 }  // namespace
+
+CLI::App* add_parse(CLI::App& program, parse_options& options) {
+    CLI::App* command = program.add_subcommand("parse", "Print the tree of parts of each message");
+    command
+        ->add_option("PATH", options.paths, "Files, folders (Maildir too), or - for standard input")
+        ->required();
+    command->add_flag("--json", options.json, "Print one JSON object a message");
+    return command;
+}
 
 int run_parse(const parse_options& options) {
     int code = exit_done;

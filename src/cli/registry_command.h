@@ -4,6 +4,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace brindlemoss::cli {
 
 struct registry_options {
@@ -18,6 +22,9 @@ struct registry_options {
     bool machine = false;           // the tree of the machine, not the user's
     bool json = false;
 };
+
+// The subcommand `registry`. The options must outlive the program's parsing.
+CLI::App* add_registry(CLI::App& program, registry_options& options);
 
 // Shows and changes the registry. What an import writes it checks beforehand. Gives the exit code.
 int run_registry(const registry_options& options);

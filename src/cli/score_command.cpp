@@ -1,5 +1,6 @@
 #include "cli/score_command.h"
 
+#include <CLI/CLI.hpp>
 #include <array>
 #include <cstdio>
 #include <exception>
@@ -21,6 +22,8 @@ using analysis::filter_engine;
 using analysis::verdict;
 
 namespace {
+
+constexpr unsigned most_jobs = 256;
 
 struct scored_input {
     std::string lines;  // for standard output
@@ -158,6 +161,25 @@ scored_input score_input(const input& source, const score_options& options) {
 }
 
 }  // namespace
+
+CLI::App* add_score(CLI::App& program, score_options& options) {
+    CLI::App* command =
+        program.add_subcommand("score", "Rate messages from 0 (pass) to 100 (spam)");
+    command
+        ->add_option("PATH", options.paths, "Files, folders (Maildir too), or - for standard input")
+        ->required();
+    command->add_flag("--json", options.json, "Print one JSON object a message");
+    command->add_flag("--explain", options.explain,
+                      "Print what the analysis of each message found");
+    command->add_flag("--rescan", options.rescan, "Rate as messages that were rated before");
+    command->add_flag("--check", options.check, "Exit with 1 if a rating reaches the threshold");
+    command->add_flag("--mbox", options.mailbox,
+                      "Split each file into messages at its \"From \" lines");
+    command->add_option("--jobs", options.jobs, "Messages to work on at a time")
+        ->check(CLI::Range(1u, most_jobs))
+        ->capture_default_str();
+    return command;
+}
 
 int run_score(const score_options& options) {
     module::instance().load(module::armed_by::program);

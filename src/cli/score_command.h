@@ -3,6 +3,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace brindlemoss::cli {
 
 struct score_options {
@@ -14,6 +18,9 @@ struct score_options {
     bool mailbox = false;  // each file holds many messages
     unsigned jobs = 1;
 };
+
+// The subcommand `score`. The options must outlive the program's parsing.
+CLI::App* add_score(CLI::App& program, score_options& options);
 
 // Rates messages and prints a line for each. Gives the exit code.
 int run_score(const score_options& options);

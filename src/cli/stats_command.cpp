@@ -1,5 +1,6 @@
 #include "cli/stats_command.h"
 
+#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -78,6 +79,12 @@ std::string as_text(const std::vector<counter>& counters) {
 }
 
 }  // namespace
+
+CLI::App* add_stats(CLI::App& program, stats_options& options) {
+    CLI::App* command = program.add_subcommand("stats", "Print the counters");
+    command->add_flag("--json", options.json, "Print one JSON object");
+    return command;
+}
 
 int run_stats(const stats_options& options) {
     // One line for a store that does not open, not one for each counter.

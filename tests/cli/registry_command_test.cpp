@@ -316,9 +316,10 @@ TEST(stats_command, prints_every_counter_of_the_table) {
 TEST(doctor_command, tells_where_all_lies_and_that_it_works) {
     const kept_home home;
     const string text = home.done({"doctor"});
-    for (const string& part :
-         {home.path("user.store"), home.path("machine.store"), home.path("Logs"),
-          home.path("Dumps") + ", writable, no dumps", string("50")}) {
+    for (const string& part : {home.path("user.store"), home.path("machine.store"),
+                               home.path("Logs"), home.path("Dumps") + ", writable, no dumps",
+                               string("50"), string("ICU            ok     7"),
+                               string("FreeImage      ok"), string("CLD2           ok")}) {
         EXPECT_THAT(text, HasSubstr(part));
     }
     home.folder().file("home/Dumps/x.dmp", "x");

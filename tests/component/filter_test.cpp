@@ -1,5 +1,3 @@
-#include "component/filter.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -7,36 +5,57 @@
 #include <string>
 #include <string_view>
 
+#include "component/component_home.h"
 #include "support/mail_text.h"
 #include "support/printable.h"
 
 namespace {
 
-using brindlemoss::component::filter;
+using namespace brindlemoss::component;
 using std::string;
+using std::u16string;
 using test_support::printable;
+using test_support::process_home;
+using test_support::wide;
+using testing::HasSubstr;
 
-// One byte a unit.
-std::u16string wide(std::string_view bytes) {
-    std::u16string units;
-    for (const char byte : bytes) units += static_cast<unsigned char>(byte);
-    return units;
-}
+class filter_test : public test_support::component_test {
+protected:
+    std::int32_t scored(const u16string& message, truth orphan) {
+        std::int32_t rating = -1;
+        EXPECT_EQ(filter_->Score(message, orphan, rating), success);
+        return rating;
+    }
 
-const std::u16string beyond_bytes = u"Subject: a\n\n\u0100";
+    std::int32_t voted(const u16string& message, std::int32_t score) {
+        std::int32_t result = -1;
+        EXPECT_EQ(filter_->Vote(message, score, result), success);
+        return result;
+    }
+
+    u16string merged(const u16string& message, const u16string& header) {
+        u16string result = u"before";
+        EXPECT_EQ(filter_->MergeHeader(message, header, result), success);
+        return result;
+    }
+
+private:
+    const std::unique_ptr<IFilter> filter_ = create<IFilter>();
+};
 
 struct broken_row {
     const char* name;
-    std::u16string message;
+    u16string message;
 };
 const broken_row broken_rows[] = {
-    {"a unit that is no byte", beyond_bytes},
+    {"a unit that is no byte", u"Subject: a\n\n\u0100"},
+    {"a surrogate", u16string(u"Subject: a\n\n") + char16_t{0xD800}},
     {"too deep", wide(test_support::nested_multiparts(65))},
     {"no such code page in the type", wide("Content-Type: =?windows-9999?Q?a?=\n\nx")},
     {"no codeword in the type", wide("Content-Type: =?utf-8?Q?=zz?=\n\nx")},
 };
 
-TEST(filter, score) {
+TEST_F(filter_test, score) {
     const struct {
         const char* raw;
         int rating;
@@ -48,32 +67,64 @@ TEST(filter, score) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.raw);
-        EXPECT_EQ(filter().score(wide(row.raw), true), row.rating);
-        EXPECT_EQ(filter().score(wide(row.raw), false), row.rating);
+        for (const truth orphan : {no, yes, truth{1}})
+            EXPECT_EQ(scored(wide(row.raw), orphan), row.rating);
     }
 }
 
-TEST(filter, a_message_that_cannot_be_read_passes) {
+TEST_F(filter_test, a_message_that_cannot_be_read_passes) {
     for (const auto& row : broken_rows) {
         SCOPED_TRACE(row.name);
-        const std::u16string infected = u"X-Antivirus-Status: Infected\n" + row.message;
-        EXPECT_EQ(filter().score(infected, true), 0);
-        EXPECT_EQ(filter().score(infected, false), 0);
+        const u16string infected = u"X-Antivirus-Status: Infected\n" + row.message;
+        EXPECT_EQ(scored(infected, yes), 0);
+        EXPECT_EQ(scored(infected, no), 0);
     }
 }
 
-TEST(filter, a_vote_is_always_taken) {
+// Also by the very first call, which has the log opened first.
+TEST_F(filter_test, tells_the_log_of_what_cannot_be_read) {
+    scored(u"\u0100", yes);
+    EXPECT_THAT(process_home.log(), HasSubstr("!  Unhandled Exception: "));
+    process_home.empty();
+    voted(u"\u0100", 0);
+    EXPECT_THAT(process_home.log(), HasSubstr("!  Unhandled Exception\r\n"));
+}
+
+TEST_F(filter_test, a_vote_is_always_taken) {
     using limits = std::numeric_limits<std::int32_t>;
     for (const std::int32_t score : {limits::min(), -1, 0, 1, limits::max()}) {
-        EXPECT_EQ(filter().vote(u"From: a@b.example\n\nx", score), 1);
+        EXPECT_EQ(voted(u"From: a@b.example\n\nx", score), 1);
         for (const auto& row : broken_rows) {
             SCOPED_TRACE(row.name);
-            EXPECT_EQ(filter().vote(row.message, score), 1);
+            EXPECT_EQ(voted(row.message, score), 1);
         }
     }
 }
 
-TEST(filter, merge_header) {
+// Spam costs the sender all trust; what is none allows it.
+TEST_F(filter_test, a_vote_counts_by_its_sign) {
+    using limits = std::numeric_limits<std::int32_t>;
+    const auto allowed = create<IRulesSenderAllowed>();
+    const auto trusted = create<IRulesSenderTrusted>();
+    const struct {
+        std::int32_t score;
+        bool is_spam;
+    } rows[] = {{0, true}, {-1, false}, {1, true}, {limits::min(), false}, {limits::max(), true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.score);
+        allowed->EmptyAddresses();
+        trusted->AddAddress(u"", u"a@b.example");
+        voted(u"From: A@b.example\n\nx", row.score);
+        truth is_allowed = no;
+        u16string trust;
+        allowed->Match(u"a@b.example", is_allowed);
+        trusted->EnumerateAddresses(trust);
+        EXPECT_EQ(is_allowed, row.is_spam ? no : yes);
+        EXPECT_EQ(trust.empty(), row.is_spam);
+    }
+}
+
+TEST_F(filter_test, merge_header) {
     const struct {
         const char* name;
         const char* message;
@@ -96,12 +147,12 @@ TEST(filter, merge_header) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        EXPECT_EQ(printable(filter().merge_header(wide(row.message), wide(row.header))),
+        EXPECT_EQ(printable(merged(wide(row.message), wide(row.header))),
                   printable(wide(row.merged)));
     }
 }
 
-TEST(filter, merge_header_keeps_every_byte) {
+TEST_F(filter_test, merge_header_keeps_every_byte) {
     string bytes;
     for (int byte = 0; byte < 256; ++byte) {
         if (byte != '\r' && byte != '\n') bytes += static_cast<char>(byte);
@@ -110,20 +161,20 @@ TEST(filter, merge_header_keeps_every_byte) {
     for (char& byte : value) {
         if (byte == '\t' || byte == '\v' || byte == '\f') byte = ' ';
     }
-    const std::u16string merged =
-        filter().merge_header(wide("A: x" + bytes + "\n\n" + bytes), wide("Received: x" + bytes));
-    EXPECT_EQ(printable(merged), printable(wide("A: x" + value +
+    const u16string result =
+        merged(wide("A: x" + bytes + "\n\n" + bytes), wide("Received: x" + bytes));
+    EXPECT_EQ(printable(result), printable(wide("A: x" + value +
                                                 "\r\nContent-Type: text/plain; "
                                                 "charset=\"iso-8859-1\"\r\nReceived: x" +
                                                 value + "\r\n\r\n" + bytes + "\r\n\r\n")));
 }
 
-TEST(filter, merge_header_leaves_alone_what_it_cannot_read) {
-    const std::u16string good = u"A: b\n\nx";
+TEST_F(filter_test, merge_header_leaves_alone_what_it_cannot_read) {
+    const u16string good = u"A: b\n\nx";
     for (const auto& row : broken_rows) {
         SCOPED_TRACE(row.name);
-        EXPECT_EQ(filter().merge_header(row.message, u"Received: 1"), row.message);
-        EXPECT_EQ(filter().merge_header(good, row.message), good);
+        EXPECT_EQ(merged(row.message, u"Received: 1"), row.message);
+        EXPECT_EQ(merged(good, row.message), good);
     }
 }
 
