@@ -93,7 +93,9 @@ BRINDLEMOSS_API void brindlemoss_free_results(brindlemoss_value* results);
 
 // The library's life in the process. The first call that needs it loads it: opens the log and arms
 // the crash handler. brindlemoss_unload() waits for the calls that run and frees what they shared;
-// what is called afterwards loads it again. Objects outlive it.
+// what is called afterwards loads it again. Objects outlive it, and so do threads of the library:
+// those of the community until the method Shutdown of Brindlemoss.Communication, and one that a
+// login began until it has fetched the settings.
 BRINDLEMOSS_API void brindlemoss_load(void);
 BRINDLEMOSS_API void brindlemoss_unload(void);
 

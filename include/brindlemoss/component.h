@@ -295,7 +295,8 @@ public:
 };
 
 // HTTP without TLS. The results are status codes, 0 when there was no whole response: a server that
-// is silent for 30 s is given up, as is a document above 64 MB. Documents and data cross as UTF-8.
+// is silent for 30 s is given up, as is a document above 64 MB, and whatever takes more than 10
+// minutes, redirects included. Documents and data cross as UTF-8.
 class BRINDLEMOSS_API IHTTP : public object {
 public:
     static constexpr std::string_view name = "IHTTP";
@@ -316,7 +317,8 @@ public:
     // The number of the language (LCID) of a message, 0 when it cannot be told.
     virtual status Classify(std::u16string_view Message, std::int32_t& Result) noexcept = 0;
 
-    // Whether the user wants mail in the language of the message; also when that cannot be told.
+    // Whether the user wants mail in the language of the message; also when that cannot be told. No
+    // after a failure, which is no word about the mail: IFilter::Score lets it pass then.
     virtual status Accept(std::u16string_view Message, truth& Result) noexcept = 0;
 };
 

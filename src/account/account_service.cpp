@@ -49,7 +49,7 @@ std::u16string wide(std::string_view bytes) {
 }
 
 std::string stored_password() {
-    return utf8(registry::get_text(password_setting, write_back::yes));
+    return registry::get_utf8(password_setting, write_back::yes);
 }
 
 bool is_accepted(const settings_document& document) {

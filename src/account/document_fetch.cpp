@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <stdexcept>
 
 #include "foundation/http.h"
 #include "foundation/module.h"
@@ -23,6 +24,7 @@ using registry::write_back;
 
 constexpr std::int32_t ok = 200;
 constexpr std::size_t longest_shown = std::size_t{64} << 10;
+constexpr std::size_t longest_shown_user = 1024;
 
 struct server_place {
     std::u16string host;
@@ -81,6 +83,8 @@ public:
     std::optional<std::string> run() try {
         if (is_cut_off()) return std::nullopt;
         append_query();
+        // The name by default is nobody's, but some resolvers answer for every name.
+        if (!is_server_named()) throw std::runtime_error("no account server is named");
         wanted_still monitor(request_.is_over);
         http::response_type response =
             http::get(http::request_type(url_), monitor, {.whole = request_.limit});
@@ -100,7 +104,8 @@ private:
         const query_facts facts = facts_of_the_stores();
         const std::string asterisks(request_.password.size(), '*');
         url_ += login_query(facts, request_.machine, request_.user, request_.password);
-        shown_url_ += login_query(facts, request_.machine, request_.user, asterisks);
+        shown_url_ += login_query(facts, request_.machine,
+                                  request_.user.substr(0, longest_shown_user), asterisks);
     }
 
     void log_response(const http::response_type& response) const {
@@ -121,6 +126,12 @@ private:
 };
 
 }  // namespace
+
+bool is_server_named() {
+    constexpr const registry::setting& host = setting_of(tree_key::machine_account, u"Host");
+    const std::u16string name = server().host;
+    return !name.empty() && name != host.text_default;
+}
 
 std::vector<std::string> server_urls() {
     const server_place place = server();

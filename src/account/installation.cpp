@@ -5,7 +5,6 @@
 #include "foundation/module.h"
 #include "foundation/process_wide.h"
 #include "foundation/registry.h"
-#include "platform/utf8.h"
 
 namespace brindlemoss::account {
 
@@ -16,10 +15,7 @@ using registry2::setting_of;
 using registry2::tree_key;
 
 std::string text_of(const registry2::setting& row) {
-    std::string bytes;
-    replay::platform::encode_utf8(registry2::get_text(row, registry2::write_back::no),
-                                  replay::platform::on_error::replace, bytes);
-    return bytes;
+    return registry2::get_utf8(row, registry2::write_back::no);
 }
 
 }  // namespace

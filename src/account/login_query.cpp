@@ -5,7 +5,6 @@
 #include "foundation/translate.h"
 #include "platform/host_process.h"
 #include "platform/system_version.h"
-#include "platform/utf8.h"
 
 namespace brindlemoss::account {
 
@@ -60,8 +59,7 @@ query_facts facts_of_the_stores() {
     facts.partner = static_cast<std::int32_t>(installed.partner());
     facts.version = installed.version();
     facts.features = static_cast<std::int32_t>(installed.features());
-    replay::platform::encode_utf8(registry::get_text(language_setting, write_back::yes),
-                                  replay::platform::on_error::replace, facts.language);
+    facts.language = registry::get_utf8(language_setting, write_back::yes);
     facts.statistics = statistics_text();
     return facts;
 }

@@ -78,17 +78,10 @@ struct running_engine {
     filter_engine engine{services, wants_message_copies()};
 };
 
-std::unique_ptr<running_engine> make_running_engine() {
-    auto made = std::make_unique<running_engine>();
-    module::instance().on_unload(singleton::statistics, replay::registry2::close_all);
-    return made;
-}
-
 }  // namespace
 
 filter_engine& filter_engine::instance() {
-    return process_wide<running_engine>::until_unload(singleton::filter_engine, make_running_engine)
-        .engine;
+    return process_wide<running_engine>::until_unload(singleton::filter_engine).engine;
 }
 
 verdict filter_engine::score(part& message, occasion when) const {

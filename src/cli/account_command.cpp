@@ -1,4 +1,5 @@
 #include "cli/account_command.h"
+#include "account/document_fetch.h"
 
 #include <chrono>
 #include <cstdint>
@@ -45,7 +46,7 @@ bool has_account() {
 }
 
 std::string why_no_document(const account_faults& faults) {
-    if (!is_server_named()) {
+    if (!account::is_server_named()) {
         return no_server_named();
     }
     const std::string told = faults.text();
@@ -115,7 +116,7 @@ void follow_up(account_service& service, const account_state& state, const accou
     if (!state.age) return;
     flush_output();
     std::string line = "these are the settings of " + time_ago(*state.age);
-    if (!is_server_named()) {
+    if (!account::is_server_named()) {
         line.append("; ").append(no_server_named());
     } else if (!service.wait_for_background(patience)) {
         line += "; the account server has not answered so far";
@@ -141,7 +142,7 @@ void show_login(account_service& service, const account_options& options,
     try {
         if (options.wanted == action::login) {
             log_in(service, faults);
-        } else if (!is_server_named() || !service.update()) {
+        } else if (!account::is_server_named() || !service.update()) {
             throw refusal(why_no_document(faults));
         }
         state = state_of(service);
@@ -187,7 +188,7 @@ void check_name(const std::string& name) {
 // Empty when there is an account now.
 std::string why_not_created(account_service& service, const account_options& options,
                             const account_faults& faults) {
-    if (!is_server_named()) return why_no_document(faults);
+    if (!account::is_server_named()) return why_no_document(faults);
     using account::creation;
     const creation outcome =
         service.ask_for_account(options.name, wanted_password(options.password));

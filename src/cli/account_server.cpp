@@ -1,5 +1,6 @@
 #include "cli/account_server.h"
 
+#include "account/document_fetch.h"
 #include "cli/registry_access.h"
 #include "foundation/registry.h"
 #include "platform/clock.h"
@@ -24,18 +25,8 @@ bool may_have_kept_document() {
 
 }  // namespace
 
-bool is_server_named() {
-    constexpr const registry::setting& host = setting_of(tree_key::machine_account, u"Host");
-    const registry::key_place& place = registry::place_of(host.key);
-    const auto key = open_existing(place.root, place.path);
-    if (!key) return false;
-    const std::u16string name = key->get_text(host.name, host.text_default, write_back::no);
-    // The default leads nowhere: it stands for no server at all.
-    return !name.empty() && name != host.text_default;
-}
-
 bool may_have_document() {
-    return is_server_named() || may_have_kept_document();
+    return account::is_server_named() || may_have_kept_document();
 }
 
 std::string no_server_named() {

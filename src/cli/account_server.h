@@ -5,11 +5,8 @@
 // What the stores say of the account's server before anybody asks it.
 namespace brindlemoss::cli {
 
-// Whether the machine's settings name one. These throw what the registry throws.
-bool is_server_named();
-
 // Whether a login can come to a document at all: there is a server, or a kept document that is
-// still good.
+// still good. Throws what the registry throws.
 bool may_have_document();
 
 // "no account server is named: ...", with what names one.

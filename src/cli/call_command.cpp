@@ -14,6 +14,7 @@
 #include "cli/console.h"
 #include "cli/json_writer.h"
 #include "cli/registry_access.h"
+#include "component/class_row.h"
 #include "component/description.h"
 #include "foundation/ascii.h"
 #include "foundation/module.h"

@@ -13,6 +13,8 @@
 #include <system_error>
 #include <vector>
 
+#include "account/document_fetch.h"
+#include "cli/account_server.h"
 #include "cli/community_command.h"
 #include "cli/console.h"
 #include "cli/json_writer.h"
@@ -176,6 +178,12 @@ check check_threshold() {
     return {"threshold", true, text};
 }
 
+check check_account() {
+    if (account::is_server_named())
+        return {"account", true, "a server is named: 'account login' asks it"};
+    return {"account", true, "off, " + no_server_named()};
+}
+
 check check_community() {
     const std::string name = "community";
     const std::string how = ": 'community use HOST' has messages looked up";
@@ -243,6 +251,7 @@ std::vector<check> all_checks(const doctor_options& options) {
     checks.push_back(made("debug mode", check_debug_mode));
     checks.push_back(made("threshold", check_threshold));
     checks.push_back(made("community", check_community));
+    checks.push_back(made("account", check_account));
     for (const std::string& line : messages.lines()) checks.push_back({"store", false, line});
     return checks;
 }

@@ -4,6 +4,7 @@
 #include <exception>
 #include <string_view>
 
+#include "account/document_fetch.h"
 #include "cli/account_faults.h"
 #include "cli/account_server.h"
 #include "cli/console.h"
@@ -20,7 +21,7 @@ using services::footer_outcome;
 namespace {
 
 std::string why_disabled(const footer_engine& engine, const account_faults& faults) {
-    if (!is_server_named()) return no_server_named();
+    if (!account::is_server_named()) return no_server_named();
     const std::string told = faults.text();
     return engine.why_disabled() + (told.empty() ? "" : "; the account: " + told);
 }

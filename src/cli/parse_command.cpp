@@ -55,9 +55,7 @@ void write_node(const part& item, json_writer& json) {
 }
 
 std::string unparse_digest(const part& message) {
-    std::string text;
-    message.unparse([&](std::string_view line) { text.append(line).append("\r\n"); });
-    return md5(text).hex();
+    return md5(message.unparse_text()).hex();
 }
 
 void write_outline(const part& item, std::size_t depth, std::string& lines) {

@@ -6,7 +6,6 @@
 #include "foundation/network_environment.h"
 #include "foundation/registry.h"
 #include "foundation/sync.h"
-#include "platform/utf8.h"
 
 namespace brindlemoss::spam {
 
@@ -35,11 +34,7 @@ std::uint32_t integer(const registry::setting& row) {
 }
 
 std::string text(const registry::setting& row) {
-    std::string bytes;
-    replay::platform::encode_utf8(
-        with_write_back([&](write_back mode) { return registry::get_text(row, mode); }),
-        replay::platform::on_error::replace, bytes);
-    return bytes;
+    return with_write_back([&](write_back mode) { return registry::get_utf8(row, mode); });
 }
 
 constexpr const registry::setting& timeout_setting =

@@ -10,6 +10,11 @@
 
 namespace brindlemoss::component {
 
+// Whether a call by name takes an argument for a parameter that goes this way.
+constexpr bool is_given(direction way) {
+    return way == direction::in || way == direction::in_out;
+}
+
 // How a method is called by its name: its parameters, and what makes the call from arguments that
 // may be of any number and type. That does not throw but std::bad_alloc.
 struct bound_method {

@@ -43,7 +43,7 @@ private:
     static status translated(std::string_view method, std::u16string_view text,
                              std::u16string& result, translation translate_bytes) noexcept {
         result.clear();
-        return guarded(main_log(), method,
+        return guarded(main_log(), std::string("Coding: ").append(method),
                        [&] { result = wide_bytes(translate_bytes(bytes_of(text))); });
     }
 };

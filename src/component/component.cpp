@@ -12,10 +12,9 @@ namespace {
 constexpr std::string_view version_suffix = ".1";
 
 const class_row* find_class(std::string_view prog_id) {
+    if (prog_id.ends_with(version_suffix)) prog_id.remove_suffix(version_suffix.size());
     for (const class_row& row : class_rows()) {
-        std::string_view name = prog_id;
-        if (name.ends_with(version_suffix)) name.remove_suffix(version_suffix.size());
-        if (replay::ascii::equals_ignoring_case(name, row.description.prog_id)) return &row;
+        if (replay::ascii::equals_ignoring_case(prog_id, row.description.prog_id)) return &row;
     }
     return nullptr;
 }

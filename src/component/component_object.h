@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "component/class_row.h"
@@ -32,19 +33,26 @@ public:
 
     status invoke(std::string_view method, std::span<const argument> arguments,
                   std::vector<value>& results) noexcept final try {
-        results.clear();
-        for (const bound_method& each : row_.methods) {
-            if (replay::ascii::equals_ignoring_case(method, each.name)) {
-                return each.call(*this, each, arguments, results);
-            }
-        }
-        return invalid_call;
+        std::vector<value> came;  // an argument may be a text that still stands in `results`
+        const status outcome = call(method, arguments, came);
+        results = std::move(came);
+        return outcome;
     } catch (...) {  // without memory for the results
         results.clear();
         return invalid_call;
     }
 
 private:
+    status call(std::string_view method, std::span<const argument> arguments,
+                std::vector<value>& results) {
+        for (const bound_method& each : row_.methods) {
+            if (replay::ascii::equals_ignoring_case(method, each.name)) {
+                return each.call(*this, each, arguments, results);
+            }
+        }
+        return invalid_call;
+    }
+
     class declared_safety final : public IObjectSafety {
     public:
         explicit declared_safety(const class_description& description)

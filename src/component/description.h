@@ -14,11 +14,6 @@ std::string_view name_of(value_type type);
 // "in", "out", "in out", "result"
 std::string_view name_of(direction way);
 
-// Whether a call by name takes an argument for a parameter that goes this way.
-constexpr bool is_given(direction way) {
-    return way == direction::in || way == direction::in_out;
-}
-
 // "GetFooter(ContentType: text, out Footer: text) -> Insert: truth", in the interface's order.
 std::string signature(const method_description& method);
 

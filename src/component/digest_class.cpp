@@ -13,7 +13,7 @@ public:
 
     status MD5(std::u16string_view Text, std::u16string& Result) noexcept override {
         Result.clear();
-        return guarded(main_log(), "MD5",
+        return guarded(main_log(), "Digest: MD5",
                        [&] { Result = wide_bytes(replay::md5(bytes_of(Text)).hex()); });
     }
 };

@@ -49,9 +49,7 @@ std::string merged(std::string_view message, std::string_view head) {
             target.add_header(each.name, each.value);
         }
     }
-    std::string text;
-    target.unparse([&](std::string_view line) { text.append(line).append("\r\n"); });
-    return text;
+    return target.unparse_text(message.size());
 }
 
 void vote(std::u16string_view message, std::int32_t score) {

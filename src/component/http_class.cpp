@@ -1,3 +1,6 @@
+#include <chrono>
+#include <utility>
+
 #include "component/classes.h"
 #include "component/component_object.h"
 #include "component/guarded.h"
@@ -6,10 +9,15 @@
 
 namespace brindlemoss::component {
 
+using replay::internet::http::monitor_type;
 using replay::internet::http::request_type;
 using replay::internet::http::response_type;
+using replay::internet::http::transfer_limits;
 
 namespace {
+
+// A server that sends a byte now and then is never silent, and unload() waits for the call.
+constexpr transfer_limits limits{.whole = std::chrono::minutes(10)};
 
 request_type request_of(std::u16string_view uri) {
     replay::internet::http::require_connection();
@@ -24,8 +32,10 @@ public:
                std::int32_t& Result) noexcept override {
         Result = 0;
         Document.clear();
-        return guarded(main_log(), "Get", [&] {
-            const response_type response = replay::internet::http::get(request_of(URI));
+        return guarded(main_log(), "HTTP: Get", [&] {
+            monitor_type unwatched;
+            const response_type response =
+                replay::internet::http::get(request_of(URI), unwatched, limits);
             Document = wide_utf8(response.body);
             Result = response.status;
         });
@@ -33,18 +43,22 @@ public:
 
     status Status(std::u16string_view URI, std::int32_t& Result) noexcept override {
         Result = 0;
-        return guarded(main_log(), "Status",
-                       [&] { Result = replay::internet::http::head(request_of(URI)).status; });
+        return guarded(main_log(), "HTTP: Status", [&] {
+            monitor_type unwatched;
+            Result = replay::internet::http::head(request_of(URI), unwatched, limits).status;
+        });
     }
 
     status Post(std::u16string_view URI, std::u16string_view PostData, std::u16string& Document,
                 std::int32_t& Result) noexcept override {
         Result = 0;
         Document.clear();
-        return guarded(main_log(), "Post", [&] {
+        return guarded(main_log(), "HTTP: Post", [&] {
             request_type request = request_of(URI);
             request.body = utf8_of(PostData);
-            const response_type response = replay::internet::http::post(std::move(request));
+            monitor_type unwatched;
+            const response_type response =
+                replay::internet::http::post(std::move(request), unwatched, limits);
             Document = wide_utf8(response.body);
             Result = response.status;
         });

@@ -39,8 +39,6 @@ void load() noexcept try {
 
 void unload() noexcept try {
     const replay::scope alone(gate());
-    // Whatever a call may have opened, not only the filter.
-    module::instance().on_unload(singleton::statistics, replay::registry2::close_all);
     module::instance().unload();
 } catch (...) {
 }

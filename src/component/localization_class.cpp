@@ -12,23 +12,24 @@ public:
     using component_object::component_object;
 
     status Reload() noexcept override {
-        return guarded(main_log(), "Reload", [&] { texts_.reload(); });
+        return guarded(main_log(), "Localization: Reload", [&] { texts_.reload(); });
     }
 
     status GetString(std::u16string_view Group, std::u16string_view Item,
                      std::u16string& Result) noexcept override {
-        return guarded(main_log(), "GetString", [&] {
+        return guarded(main_log(), "Localization: GetString", [&] {
             if (auto text = texts_.get_string(Group, Item)) Result = *std::move(text);
         });
     }
 
     status SetLanguage(std::u16string_view ISO) noexcept override {
-        return guarded(main_log(), "SetLanguage", [&] { texts_.set_language(ISO); });
+        return guarded(main_log(), "Localization: SetLanguage", [&] { texts_.set_language(ISO); });
     }
 
     status GetLanguages(std::u16string& Result) noexcept override {
         Result.clear();
-        return guarded(main_log(), "GetLanguages", [&] { Result = texts_.get_languages(); });
+        return guarded(main_log(), "Localization: GetLanguages",
+                       [&] { Result = texts_.get_languages(); });
     }
 
 private:

@@ -68,10 +68,6 @@ taken passed(stored_type<taken>& kept) {
     }
 }
 
-constexpr bool goes_in(direction way) {
-    return way == direction::in || way == direction::in_out;
-}
-
 // Whether a parameter of this type can go that way.
 template <typename taken>
 constexpr bool can_go(direction way) {
@@ -110,8 +106,8 @@ private:
                        std::vector<value>& results, std::index_sequence<index...>) {
         slots kept;
         std::size_t used = 0;
-        [[maybe_unused]] const auto take = [&](auto& into, const parameter& described) {
-            if (!goes_in(described.way)) return true;
+        [[maybe_unused]] const auto take = [&](auto& into, const parameter& told) {
+            if (!is_given(told.way)) return true;
             return used < arguments.size() && into.take(arguments[used++]);
         };
         const bool fits = (take(std::get<index>(kept), row.parameters[index]) && ...);
@@ -122,9 +118,9 @@ private:
         if (outcome != success) return outcome;
         std::optional<value> result;
         std::vector<value> others;
-        [[maybe_unused]] const auto give = [&](auto& from, const parameter& described) {
-            if (described.way == direction::result) result = from.give();
-            if (described.way == direction::out || described.way == direction::in_out) {
+        [[maybe_unused]] const auto give = [&](auto& from, const parameter& told) {
+            if (told.way == direction::result) result = from.give();
+            if (told.way == direction::out || told.way == direction::in_out) {
                 others.push_back(from.give());
             }
         };
@@ -138,8 +134,8 @@ private:
 }  // namespace detail
 
 // A method and the names and directions of its parameters, in its order.
-template <auto method, std::same_as<parameter>... described>
-consteval bound_method bound(const char* name, described... parameters) {
+template <auto method, std::same_as<parameter>... parameter_types>
+consteval bound_method bound(const char* name, parameter_types... parameters) {
     using caller = detail::call_by_name<method>;
     static_assert(sizeof...(parameters) == caller::count);
     bound_method row{name, {parameters...}, caller::count, caller::call};

@@ -44,52 +44,54 @@ public:
 
     status Allowed(std::u16string_view Address, truth& Result) noexcept override {
         Result = no;
-        return guarded(main_log(), "Allowed",
+        return guarded(main_log(), "Rules: Allowed",
                        [&] { Result = as_truth(holds(allowed(), Address)); });
     }
 
     status AllowAddress(std::u16string_view Address, std::int32_t& Result) noexcept override {
         Result = 1;
-        return guarded(main_log(), "AllowAddress",
+        return guarded(main_log(), "Rules: AllowAddress",
                        [&] { move_address(Address, allowed(), denied()); });
     }
 
     status AllowDomain(std::u16string_view Domain, std::int32_t& Result) noexcept override {
         Result = 1;
-        return guarded(main_log(), "AllowDomain",
+        return guarded(main_log(), "Rules: AllowDomain",
                        [&] { move_domain(Domain, allowed(), denied()); });
     }
 
     status Denied(std::u16string_view Address, truth& Result) noexcept override {
         Result = no;
-        return guarded(main_log(), "Denied", [&] { Result = as_truth(holds(denied(), Address)); });
+        return guarded(main_log(), "Rules: Denied",
+                       [&] { Result = as_truth(holds(denied(), Address)); });
     }
 
     status DenyAddress(std::u16string_view Address, std::int32_t& Result) noexcept override {
         Result = 1;
-        return guarded(main_log(), "DenyAddress",
+        return guarded(main_log(), "Rules: DenyAddress",
                        [&] { move_address(Address, denied(), allowed()); });
     }
 
     status DenyDomain(std::u16string_view Domain, std::int32_t& Result) noexcept override {
         Result = 1;
-        return guarded(main_log(), "DenyDomain", [&] { move_domain(Domain, denied(), allowed()); });
+        return guarded(main_log(), "Rules: DenyDomain",
+                       [&] { move_domain(Domain, denied(), allowed()); });
     }
 
     status IncreaseTrust(std::u16string_view Address) noexcept override {
-        return guarded(main_log(), "IncreaseTrust", [&] {
+        return guarded(main_log(), "Rules: IncreaseTrust", [&] {
             rules_sender_trusted::instance().increase_trust(Address, utf8_of(Address));
         });
     }
 
     status RemoveTrust(std::u16string_view Address) noexcept override {
-        return guarded(main_log(), "RemoveTrust",
+        return guarded(main_log(), "Rules: RemoveTrust",
                        [&] { rules_sender_trusted::instance().remove_trust(utf8_of(Address)); });
     }
 
     status Silent(const truth* Value) noexcept override {
         if (Value == nullptr) return invalid_call;
-        return guarded(main_log(), "Silent", [is_silent = *Value != no] {
+        return guarded(main_log(), "Rules: Silent", [is_silent = *Value != no] {
             allowed().silent(is_silent);
             denied().silent(is_silent);
         });

@@ -17,13 +17,13 @@ public:
     using component_object::component_object;
 
     status Parse(std::u16string_view Document) noexcept override {
-        return guarded(main_log(), "Parse",
+        return guarded(main_log(), "XML: Parse",
                        [&] { keep(std::make_shared<const settings_document>(Document)); });
     }
 
     status Setting(std::u16string_view Name, std::u16string& Result) noexcept override {
         Result.clear();
-        return guarded(main_log(), "Setting", [&] {
+        return guarded(main_log(), "XML: Setting", [&] {
             if (const auto document = kept()) Result = document->setting(Name);
         });
     }

@@ -10,7 +10,6 @@
 #include "foundation/registry.h"
 #include "platform/paths.h"
 #include "platform/store.h"
-#include "platform/utf8.h"
 
 namespace brindlemoss {
 
@@ -55,10 +54,7 @@ std::int32_t file_level() {
 std::string product_version() {
     constexpr const registry2::setting& version =
         registry2::setting_of(registry2::tree_key::machine_installation, u"Version");
-    std::string bytes;
-    replay::platform::encode_utf8(registry2::get_text(version, registry2::write_back::no),
-                                  replay::platform::on_error::replace, bytes);
-    return bytes;
+    return registry2::get_utf8(version, registry2::write_back::no);
 }
 
 }  // namespace
@@ -131,7 +127,9 @@ module& module::instance() {
 }
 
 module::module(module_surroundings surroundings) :surroundings_(std::move(surroundings)),
-    logs_(std::make_shared<log_tree>()) {}
+    logs_(std::make_shared<log_tree>()) {
+    on_unload(singleton::statistics, registry2::close_all);  // whoever opened a store
+}
 
 void module::load(armed_by who) noexcept {
     const scope guard(loading_);

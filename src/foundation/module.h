@@ -81,7 +81,8 @@ public:
     // Nobody may still use a singleton.
     void unload() noexcept;
 
-    // Has unload() free a singleton. It may be called when there is none, and more than once.
+    // Has unload() free a singleton; the stores it closes by itself. It may be called when there is
+    // none, and more than once.
     void on_unload(singleton which, destroyer destroy);
 
     // Before load() nobody hears what is written. Valid as long as the module.

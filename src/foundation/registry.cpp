@@ -7,6 +7,7 @@
 
 #include "foundation/registry_stores.h"
 #include "foundation/registry_values.h"
+#include "platform/utf8.h"
 
 namespace replay::registry2 {
 
@@ -402,6 +403,12 @@ std::uint32_t get_integer(const setting& row, write_back mode) {
 
 std::u16string get_text(const setting& row, write_back mode) {
     return at(row.key).get_text(row.name, row.text_default, mode);
+}
+
+std::string get_utf8(const setting& row, write_back mode) {
+    std::string bytes;
+    platform::encode_utf8(get_text(row, mode), platform::on_error::replace, bytes);
+    return bytes;
 }
 
 void close_all() {

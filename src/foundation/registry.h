@@ -182,6 +182,7 @@ const key& at(tree_key key);
 // u"Filter"), write_back::yes).
 std::uint32_t get_integer(const setting& row, write_back mode);
 std::u16string get_text(const setting& row, write_back mode);
+std::string get_utf8(const setting& row, write_back mode);  // U+FFFD for a lone surrogate
 
 // The file that holds a tree. The machine's is "machine.store" in its folder; where there is none
 // that may be read and none can be made, in the user's. One that the program makes begins with the

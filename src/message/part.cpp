@@ -77,6 +77,13 @@ void part::unparse(const std::function<void(std::string_view)>& take_line) const
     write_part(*this, take_line);
 }
 
+std::string part::unparse_text(std::size_t usual_size) const {
+    std::string text;
+    text.reserve(usual_size);
+    unparse([&](std::string_view line) { text.append(line).append("\r\n"); });
+    return text;
+}
+
 bool part::find_header(std::string_view name, header_type::generic_value_type& value) const {
     const auto raw = headers.find(name);
     if (raw) value.parse(*raw);

@@ -101,6 +101,9 @@ public:
     // The same line by line, without holding it all. The view is good during the call only.
     void unparse(const std::function<void(std::string_view)>& take_line) const;
 
+    // unparse() as one text, CR LF after every line. `usual_size` is what to make room for first.
+    std::string unparse_text(std::size_t usual_size = 0) const;
+
     // Reads the first header of that name into `value`; false, and `value` untouched, where there
     // is none. Throws what parse of the value's type throws.
     bool find_header(std::string_view name, header_type::generic_value_type& value) const;

@@ -109,8 +109,9 @@ void expect_small_stores() noexcept;
 // most 512 keys deep. Case makes no difference to which key or value is meant; a name keeps the
 // case in which it was first written.
 //
-// The last writes may stand in a log beside the file ("<file>-wal") even while nobody has it open:
-// both are to be moved, copied and removed together.
+// While it is open, and after a process was killed, the last writes may stand in a log beside the
+// file ("<file>-wal"). The last to close it writes them into the file, so that it can be copied and
+// replaced by itself.
 //
 // A file that is damaged, or no store at all, is renamed to "<file>.damaged-<time>", with what
 // belongs to it, and a fresh one is begun, whenever that shows. A file that was removed or replaced
@@ -124,8 +125,8 @@ void expect_small_stores() noexcept;
 class store {
 public:
     // Opens the file, an absolute path to a folder that exists, and makes it when missing. One that
-    // may not be written is opened for reading; one with no write-ahead log beside it then shows no
-    // later changes.
+    // may not be written is opened for reading; one with no write-ahead log in use beside it then
+    // shows no later changes.
     explicit store(std::string file, store_options options = {});
     ~store();
     store(const store&) = delete;

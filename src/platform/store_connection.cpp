@@ -9,10 +9,6 @@ namespace {
 #define SUM "data = (data + excluded.data) & 4294967295, revision = revision + 1"
 #define IS_INTEGER "type = 4 AND typeof(data) = 'integer'"
 
-// To write them into the file takes two waits for the disk, to read one some microseconds.
-constexpr int most_pages_of_short_log = 64;
-constexpr int most_pages_of_log = 1000;
-
 constexpr const char* statement_texts[] = {
     "BEGIN",
     "BEGIN IMMEDIATE",
@@ -170,23 +166,7 @@ stored_value statement_run::value(int type_column) const {
 
 store_connection::~store_connection() {
     for (sqlite3_stmt* statement : statements_) sqlite3_finalize(statement);
-    if (keeps_short_log_ && log_pages_ <= most_pages_of_short_log) {
-        sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    }
     sqlite3_close(handle_);
-}
-
-void store_connection::keep_short_log() {
-    keeps_short_log_ = true;
-    sqlite3_wal_hook(handle_, after_commit, this);
-}
-
-// Stands in for SQLite's own hook, which does the second half.
-int store_connection::after_commit(void* connection, sqlite3* handle, const char* name,
-                                   int log_pages) {
-    static_cast<store_connection*>(connection)->log_pages_ = log_pages;
-    if (log_pages >= most_pages_of_log) sqlite3_wal_checkpoint(handle, name);
-    return SQLITE_OK;
 }
 
 bool store_connection::read_only() const noexcept {

@@ -88,21 +88,12 @@ public:
     bool read_only() const noexcept;
     bool moved() const noexcept;  // the name of the file leads elsewhere or nowhere
 
-    // For a file with a write-ahead log: leaves the log in place at the end as long as it is short,
-    // in place of writing it into the file, which waits for the disk. Who opens the file next reads
-    // it again.
-    void keep_short_log();
-
     statement_run run(query which);
     std::int64_t changed_rows() const noexcept;
     std::int64_t last_id() const noexcept;
 
 private:
-    static int after_commit(void* connection, sqlite3* handle, const char* name, int log_pages);
-
     sqlite3* handle_;
-    bool keeps_short_log_ = false;
-    int log_pages_ = 0;  // as of the last commit here
     std::array<sqlite3_stmt*, static_cast<std::size_t>(query::count)> statements_{};
 };
 

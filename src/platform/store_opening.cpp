@@ -78,6 +78,10 @@ off_t size_of(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 ? status.st_size : 0;
 }
 
+bool has_log(const std::string& file) {
+    return size_of(file + "-wal") > 0;
+}
+
 // Write-ahead needs memory that all who use the file share, which machines do not. A file system of
 // which the kernel does not tell whether it is one over the network (FUSE) counts as one.
 bool on_network(const std::string& path) {
@@ -277,20 +281,24 @@ std::unique_ptr<store_connection> open_for_writing(const std::string& file,
     const std::optional<std::string> journal = checked_journal(*connection, file, !read_only);
     if (read_only) return connection;
     choose_journal(*connection, journal.value_or(""), file, options);
-    if (journal) {
-        connection->keep_short_log();
-        return connection;
-    }
+    if (journal) return connection;
     begin_file(*connection, options);
     check_contents(*connection);
     return connection;
 }
 
-// In a folder that may not be written there can be no log beside the file, without which SQLite
-// reads a file only that it takes to be unchanging.
+// In a folder that may not be written SQLite cannot begin a log beside the file, nor the index that
+// goes with one. It then reads a file only that it takes to be unchanging, without what stands in
+// the log, or, of a log that nobody has open, one to which it keeps the index for itself.
 std::unique_ptr<store_connection> open_unchanging(const std::string& file,
                                                   const store_options& options) {
-    auto connection = connect(address_of(file) + "?immutable=1", SQLITE_OPEN_READONLY, options);
+    const bool logged = has_log(file);
+    const char* const how = logged ? "?vfs=unix-none" : "?immutable=1";
+    auto connection = connect(address_of(file) + how, SQLITE_OPEN_READONLY, options);
+    if (logged) {
+        sqlite3_db_config(connection->handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        execute(connection->handle(), "PRAGMA locking_mode = EXCLUSIVE");
+    }
     check_identity(connection->handle(), file);
     check_contents(*connection);
     return connection;
@@ -310,7 +318,7 @@ std::unique_ptr<store_connection> open_checked(const std::string& file,
     // beside an empty one. The file of a store is never empty while there is a log to it.
     const off_t size = size_of(file);
     if (size > 0 && size < least_page) throw damaged_file{"it is cut short"};
-    if (size == 0 && size_of(file + "-wal") > 0) {
+    if (size == 0 && has_log(file)) {
         throw damaged_file{exists(file) ? "it is empty, and its log is not"
                                         : "it is gone, and its log is not"};
     }
@@ -321,6 +329,7 @@ std::unique_ptr<store_connection> open_checked(const std::string& file,
         } catch (const sqlite_failure& failure) {
             const store_fault fault = failure.fault();
             if (fault != store_fault::open_failed && fault != store_fault::access_denied) throw;
+            if (has_log(file) && exists(file + "-shm")) throw;  // others may have the log open
         }
         return open_unchanging(file, options);
     } catch (const sqlite_failure& failure) {

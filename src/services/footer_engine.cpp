@@ -108,13 +108,6 @@ std::u16string joined(std::initializer_list<std::u16string_view> pieces) {
     return whole;
 }
 
-std::string serialized(const part& message, std::size_t usual_size) {
-    std::string text;
-    text.reserve(usual_size);
-    message.unparse([&](std::string_view line) { text.append(line).append("\r\n"); });
-    return text;
-}
-
 }  // namespace
 
 footer_account account_of_process() {
@@ -212,7 +205,7 @@ footer_outcome footer_engine::insert_and_tell(std::string& text) const {
     for (const auto& [level, entry] : parts) {
         if (add_to(*entry.item)) outcome = footer_outcome::added;
     }
-    text = serialized(message, text.size());
+    text = message.unparse_text(text.size());
     return outcome;
 }
 

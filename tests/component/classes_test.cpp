@@ -87,8 +87,9 @@ TEST_F(classes_test, codings) {
     };
     const auto coding = create<ICoding>();
     for (const auto& row : rows) EXPECT_EQ(text_of(*coding, row.translate, row.text), row.result);
-    EXPECT_THAT(process_home.log(),
-                HasSubstr("!  Base64Decode: translate.invalid_codeword[Invalid Codeword 0x20]"));
+    EXPECT_THAT(
+        process_home.log(),
+        HasSubstr("!  Coding: Base64Decode: translate.invalid_codeword[Invalid Codeword 0x20]"));
 }
 
 TEST_F(classes_test, digest) {
@@ -147,7 +148,7 @@ TEST_F(classes_test, a_broken_list_matches_nothing_and_says_so) {
     EXPECT_FALSE(is(*rules, &IRules::Allowed, u"a@b.example"));
     EXPECT_FALSE(is(*create<IRulesSenderAllowed>(), &sender_rules::Match, u"a@b.example"));
     EXPECT_THAT(process_home.log(),
-                AllOf(HasSubstr("!  Allowed: m_unpack_domain failed"),
+                AllOf(HasSubstr("!  Rules: Allowed: m_unpack_domain failed"),
                       HasSubstr("!  Rules: Sender: Allowed: Match: m_unpack_domain failed")));
     EXPECT_EQ(number_of(*rules, &IRules::AllowDomain, u"b.example"), 1);
     EXPECT_EQ(text_of(*create<IRulesSenderAllowed>(), &sender_rules::EnumerateDomains),
@@ -346,7 +347,7 @@ TEST_F(classes_test, http_without_a_response) {
         EXPECT_EQ(document, u"");
         EXPECT_EQ(number_of(*http, &IHTTP::Status, url), 0);
     }
-    EXPECT_THAT(process_home.log(), HasSubstr("!  Get: "));
+    EXPECT_THAT(process_home.log(), HasSubstr("!  HTTP: Get: "));
 }
 
 TEST_F(classes_test, communication) {

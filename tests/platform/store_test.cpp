@@ -523,30 +523,31 @@ TEST(store, sets_the_log_aside_with_an_emptied_file) {
     EXPECT_EQ(logs, 1u);
 }
 
-TEST(store, leaves_a_short_log_beside_the_file_and_no_long_one) {
+TEST(store, is_one_file_when_nobody_has_it_open) {
     const temporary_folder folder;
     made_store(folder);
-    const auto log_is_left = [&] { return std::filesystem::exists(folder.path("a.store-wal")); };
-    EXPECT_FALSE(log_is_left()) << "a file that was begun is whole";
-    const auto write = [&](int last) {
-        store tree(folder.path(file_name), quiet());
-        for (int i = 1; i <= last; ++i) tree.write("a", "v", integer(static_cast<unsigned>(i)));
-    };
-    const auto read = [&] { return store(folder.path(file_name), quiet()).read("a", "v").value; };
-    write(1);
-    EXPECT_TRUE(log_is_left());
-    EXPECT_EQ(read(), integer(1));
-    for (int i = 0; i < 50; ++i) write(1);  // a page each
-    EXPECT_TRUE(log_is_left());
-    write(20);
-    EXPECT_FALSE(log_is_left());
-    EXPECT_EQ(read(), integer(20));
+    store(folder.path(file_name), quiet()).write("a", "v", integer(1));
+    std::filesystem::copy(folder.path(file_name), folder.path("copy"));
+    store(folder.path(file_name), quiet()).write("a", "v", integer(2));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("a.store-wal")));
+    std::filesystem::rename(folder.path("copy"), folder.path(file_name));
+    EXPECT_EQ(store(folder.path(file_name), quiet()).read("a", "v").value, integer(1));
+}
+
+// As a process leaves the log that was killed.
+void write_to_a_log_that_is_left(const temporary_folder& folder, std::string_view name) {
+    child_process writer([&] {
+        auto* const never_closed = new store(folder.path(file_name), quiet());
+        never_closed->write("a", name, binary("1"));
+    });
+    ASSERT_EQ(writer.wait(), 0);
+    ASSERT_TRUE(std::filesystem::exists(folder.path("a.store-wal")));
 }
 
 TEST(store, begins_anew_where_the_file_was_removed_and_its_log_left) {
     const temporary_folder folder;
     made_store(folder);
-    store(folder.path(file_name), quiet()).write("a", "v", binary("1"));
+    write_to_a_log_that_is_left(folder, "v");
     std::filesystem::remove(folder.path(file_name));
     std::vector<std::string> lines;
     const store tree(folder.path(file_name), quiet(&lines));
@@ -630,6 +631,32 @@ TEST(store, reads_what_it_may_not_write) {
             EXPECT_EQ(child.wait(), 0);
             ::chmod(folder.path().c_str(), 0700);
         }
+    }
+}
+
+// A log that was left, without the index that SQLite keeps in a file beside it.
+TEST(store, reads_a_log_that_was_left_and_takes_none_for_damage_that_it_may_not_read) {
+    for (const bool readable : {true, false}) {
+        SCOPED_TRACE(readable);
+        const temporary_folder folder;
+        made_store(folder);
+        write_to_a_log_that_is_left(folder, "0");
+        std::filesystem::remove(folder.path("a.store-shm"));
+        ::chmod(folder.path(file_name).c_str(), 0444);
+        ::chmod(folder.path("a.store-wal").c_str(), readable ? 0444 : 0000);
+        ::chmod(folder.path().c_str(), readable ? 0555 : 0777);
+        child_process child([&] {
+            test_support::become_nobody();
+            const auto open = [&] { return store(folder.path(file_name), quiet()).read("a", "0"); };
+            if (readable) {
+                require(open().value == binary("1"), "the last write");
+            } else {
+                require(fault_of(open) == store_fault::open_failed, "no reading");
+            }
+        });
+        EXPECT_EQ(child.wait(), 0);
+        EXPECT_THAT(files_set_aside(folder), IsEmpty());
+        ::chmod(folder.path().c_str(), 0700);
     }
 }
 
