@@ -18,6 +18,8 @@ namespace {
 
 namespace platform = replay::platform;
 namespace registry = replay::registry2;
+using platform::from_utf8;
+using platform::to_utf8;
 using registry::setting_of;
 using registry::tree_key;
 using registry::write_back;
@@ -34,18 +36,6 @@ constexpr const registry::setting& password_setting =
 
 replay::log& account_log() {
     return module::instance().log_of(subsystem::account);
-}
-
-std::string utf8(std::u16string_view wide) {
-    std::string bytes;
-    platform::encode_utf8(wide, platform::on_error::replace, bytes);
-    return bytes;
-}
-
-std::u16string wide(std::string_view bytes) {
-    std::u16string text;
-    platform::decode_utf8(bytes, platform::on_error::replace, text);
-    return text;
 }
 
 std::string stored_password() {
@@ -72,7 +62,7 @@ bool logged(const char* operation, work&& do_work) {
 std::string value_of(const settings_document* document, std::string_view name) {
     if (document == nullptr) return {};
     try {
-        return utf8(document->setting(wide(name)));
+        return to_utf8(document->setting(from_utf8(name)));
     } catch (const std::exception& failure) {
         account_log().writef(3, "Setting: Exception '%s' while reading setting '%s'",
                              failure.what(), std::string(name).c_str());
@@ -201,7 +191,7 @@ std::optional<std::string> account_service::fetch(std::string_view path, const c
 }
 
 void account_service::launch_if_asked(const settings_document& document) const {
-    const std::string command = utf8(document.setting(u"BrindlemossLogin.Parameters.Command"));
+    const std::string command = to_utf8(document.setting(u"BrindlemossLogin.Parameters.Command"));
     if (command.empty() || configuration_program::is_host(options_.machine().host_path)) return;
     account_log().write(
         0, "Launching: \"" + std::string(configuration_program::name) + " " + command + "\"");
@@ -218,8 +208,8 @@ creation account_service::try_to_create(std::string_view name, std::string_view 
         return creation::refused;
     }
     const registry::key& account = registry::at(tree_key::user_account);
-    account.set_text(name_setting.name, wide(who.user));
-    account.set_text(password_setting.name, wide(who.password));
+    account.set_text(name_setting.name, from_utf8(who.user));
+    account.set_text(password_setting.name, from_utf8(who.password));
     return creation::done;
 }
 

@@ -135,8 +135,7 @@ bool is_server_named() {
 
 std::vector<std::string> server_urls() {
     const server_place place = server();
-    std::string host;
-    replay::platform::encode_utf8(place.host, replay::platform::on_error::replace, host);
+    const std::string host = replay::platform::to_utf8(place.host);
     std::vector<std::string> urls;
     for (const std::uint32_t port : place.ports) {
         urls.push_back("http://" + host + ":" + std::to_string(port));

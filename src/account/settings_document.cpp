@@ -118,9 +118,7 @@ settings_document::settings_document(std::u16string text, owned) : text_(std::mo
 }
 
 settings_document settings_document::of_utf8(std::string_view bytes) {
-    std::u16string text;
-    replay::platform::decode_utf8(bytes, replay::platform::on_error::replace, text);
-    return {std::move(text), owned{}};
+    return {replay::platform::from_utf8(bytes), owned{}};
 }
 
 std::u16string settings_document::setting(std::u16string_view name) const {

@@ -406,9 +406,7 @@ std::u16string get_text(const setting& row, write_back mode) {
 }
 
 std::string get_utf8(const setting& row, write_back mode) {
-    std::string bytes;
-    platform::encode_utf8(get_text(row, mode), platform::on_error::replace, bytes);
-    return bytes;
+    return platform::to_utf8(get_text(row, mode));
 }
 
 void close_all() {

@@ -101,9 +101,7 @@ std::string utf8_name(std::u16string_view name) {
 }
 
 std::u16string wide_name(std::string_view name) {
-    std::u16string wide;
-    platform::decode_utf8(name, platform::on_error::replace, wide);
-    return wide;
+    return platform::from_utf8(name);
 }
 
 std::string narrow(std::u16string_view text) {

@@ -4,13 +4,11 @@
 #include <limits>
 #include <optional>
 
-#include "platform/code_page.h"
+#include "platform/utf8.h"
 
 namespace replay {
 
 namespace {
-
-constexpr std::int32_t utf8_page = 65001;
 
 // The number that `text` begins with, blanks in front of it passed over.
 template <typename number_type>
@@ -44,12 +42,6 @@ std::string to_text(number_type number) {
     char text[64];
     const auto result = std::to_chars(text, text + sizeof text, number);
     return {text, result.ptr};
-}
-
-std::string utf8(std::u16string_view text) {
-    std::string bytes;
-    platform::encode(text, utf8_page, platform::on_error::replace, bytes);
-    return bytes;
 }
 
 std::optional<std::int64_t> truncated(double number) {
@@ -106,7 +98,7 @@ std::string variant::as_string() const {
         case kind::integer: return to_text(std::get<std::int64_t>(value_));
         case kind::floating: return to_text(std::get<double>(value_));
         case kind::byte_string: return std::get<std::string>(value_);
-        case kind::wide_string: return utf8(std::get<std::u16string>(value_));
+        case kind::wide_string: return platform::to_utf8(std::get<std::u16string>(value_));
     }
     throw type_mismatch();
 }

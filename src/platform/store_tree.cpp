@@ -39,9 +39,7 @@ std::string folded_name(std::string_view name, std::size_t most_units) {
     }
     if (wide.size() > most_units) refuse("a name that is too long");
     characters().make_lower(wide.data(), wide.size());
-    std::string folded;
-    encode_utf8(wide, on_error::replace, folded);
-    return folded;
+    return to_utf8(wide);
 }
 
 std::vector<std::string_view> names_of(std::string_view path) {

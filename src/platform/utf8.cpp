@@ -194,4 +194,16 @@ conversion_status encode_utf8(std::u16string_view wide, on_error mode, std::stri
     return conversion_status::untranslatable;
 }
 
+std::string to_utf8(std::u16string_view wide) {
+    std::string bytes;
+    encode_utf8(wide, on_error::replace, bytes);
+    return bytes;
+}
+
+std::u16string from_utf8(std::string_view bytes) {
+    std::u16string wide;
+    decode_utf8(bytes, on_error::replace, wide);
+    return wide;
+}
+
 }  // namespace replay::platform

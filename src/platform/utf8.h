@@ -14,4 +14,8 @@ namespace replay::platform {
 conversion_status decode_utf8(std::string_view bytes, on_error mode, std::u16string& wide);
 conversion_status encode_utf8(std::u16string_view wide, on_error mode, std::string& bytes);
 
+// The same as a new text, replacing.
+std::string to_utf8(std::u16string_view wide);
+std::u16string from_utf8(std::string_view bytes);
+
 }  // namespace replay::platform

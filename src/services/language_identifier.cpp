@@ -150,9 +150,7 @@ identification manager::identify(std::u16string_view text) {
     if (taken.letters == 0) return {.status = identification::no_letters};
     if (taken.words.size() < fewest_characters) return {.status = identification::too_short};
 
-    std::string utf8;
-    platform::encode_utf8(taken.words, platform::on_error::replace, utf8);
-    const library::answer answer = library_->detect(utf8);
+    const library::answer answer = library_->detect(platform::to_utf8(taken.words));
     if (!answer.is_reliable) return {.status = identification::unreliable};
     const numbered_language* const language = language_of(library_->tag_of(answer.language), taken);
     if (language == nullptr || language->number == 0) {
