@@ -268,7 +268,7 @@ void key::set_multi_text(std::u16string_view name, const text_list& lines) const
 }
 
 std::shared_ptr<const text_list> key::shared_multi_text(std::u16string_view name) const {
-    static const auto no_lines = std::make_shared<const text_list>();
+    static const auto& no_lines = *new auto(std::make_shared<const text_list>());
     const std::lock_guard lock(lists_mutex_);
     const auto kept = lists_.find(name);
     platform::store::reading found;

@@ -24,7 +24,7 @@ const code_table* table_of(const code_page_entry& page) {
         std::once_flag built;
         std::unique_ptr<const code_table> table;
     };
-    static const auto slots = std::make_unique<slot[]>(code_page_list().size());
+    static slot* const slots = new slot[code_page_list().size()];  // for threads to the very end
     slot& mine = slots[index_of(page)];
     std::call_once(mine.built, [&] { mine.table = build_code_table(page); });
     return mine.table.get();

@@ -88,10 +88,11 @@ std::string own_file() {
 std::mutex place_mutex;
 
 // Read from the environment on first use only: a host may change its environment at any moment,
-// which getenv() does not bear. Call it with the mutex held.
+// which getenv() does not bear. Never destroyed: threads of a host may ask until the very end. Call
+// it with the mutex held.
 places& known_places() {
-    static places known =
-        places_of([](const char* name) -> const char* { return std::getenv(name); });
+    static places& known =
+        *new places(places_of([](const char* name) -> const char* { return std::getenv(name); }));
     return known;
 }
 
@@ -160,7 +161,8 @@ std::string product_data_of(std::string_view own_file, std::string_view source_s
 }
 
 std::string product_data() {
-    static const std::string folder = product_data_of(own_file(), BRINDLEMOSS_SOURCE_SHARE);
+    static const std::string& folder =
+        *new std::string(product_data_of(own_file(), BRINDLEMOSS_SOURCE_SHARE));
     return folder;
 }
 
