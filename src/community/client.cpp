@@ -131,8 +131,7 @@ void client::execute(transaction& exchange, report& lines, const datagram& reque
         // Without a budget there is one attempt, however quickly it failed.
         const auto most = static_cast<std::uint64_t>(budget.count());
         if (most == 0 || overall.elapsed() > most) throw timed_out();
-        // In place of a sleep, which the end of the client could not cut short.
-        if (turnstile_.stop.wait(limit)) throw timed_out();
+        if (postbox_.pause(limit)) throw timed_out();
         if (++next == servers->end()) next = servers->begin();
     }
 }
@@ -158,9 +157,8 @@ client::shared_servers client::usable_servers(report& lines, milliseconds budget
 void client::attempt(transaction& exchange, report& lines, std::string_view bytes,
                      const server& asked, milliseconds limit) {
     push_line(lines, 1, server_line(asked));
-    postbox_.start_timer(exchange);
-    postbox_.send(exchange, asked, bytes);
-    if (!exchange.completed.wait(limit)) {
+    postbox_.send(exchange, asked, bytes, postbox::timer_start::before);
+    if (!postbox_.wait(exchange, limit)) {
         discovery_requested_.set();
         throw raw::operation_timed_out();
     }
@@ -193,17 +191,7 @@ client::shared_servers client::current_servers() {
 void client::run_receiver() {
     const scope inside(turnstile_);
     ready_.set();
-    // The system tells by an error what became of earlier datagrams; a run of errors is of another
-    // kind and must not take all of a processor.
-    constexpr int errors_in_a_row = 100;
-    for (int errors = 0; !turnstile_.stopping();) {
-        try {
-            postbox_.receive();
-            errors = 0;
-        } catch (const std::exception&) {
-            if (++errors > errors_in_a_row) turnstile_.stop.wait(milliseconds(10));
-        }
-    }
+    postbox_.receive_unattended();
 }
 
 void client::run_discovery() {

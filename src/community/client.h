@@ -24,10 +24,11 @@ std::chrono::milliseconds time_to_answer(const server& asked, const client_optio
 // Talks to the servers of the community: asks what is known of the signatures of a message, and
 // tells verdicts and votes.
 //
-// A thread of its own receives all responses, and another looks from time to time which servers
-// there are; before the first look at them there is neither a socket nor a thread. Any number of
-// threads may call; none may be in a call when the client is destroyed, which ends both threads and
-// waits for them, at most as long as the look-up of a name takes.
+// Callers that wait receive the responses, for each other too, and a thread of its own does while
+// nobody waits; another looks from time to time which servers there are. Before the first look at
+// them there is neither a socket nor a thread. Any number of threads may call; none may be in a
+// call when the client is destroyed, which ends both threads and waits for them, at most as long as
+// the look-up of a name takes.
 //
 // Each operation goes to the fastest server. It adds what it cost to `stats` and tells in `lines`
 // what it did; both are the caller's and are complete when it returns or throws. Beside what is

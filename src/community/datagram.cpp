@@ -2,31 +2,37 @@
 
 #include <algorithm>
 
-#include "foundation/tokens.h"
 #include "foundation/translate.h"
 #include "message/lines.h"
 
 namespace brindlemoss::analysis::community {
 
 namespace translate = replay::coding::translate;
+using replay::internet::message2::line_reader;
 
 namespace {
 
 constexpr std::string_view line_end = "\r\n";
 
-void parse_head(std::string_view line, datagram& target) {
-    bool is_command = true;
-    for (const std::string_view token : replay::tokens_of(line, '\t')) {
-        if (is_command) {
-            target.command = token;
-            is_command = false;
-            continue;
-        }
-        const auto sides = replay::tokens_of(token, '=');
-        if (sides.size() == 1) target.records.try_emplace(std::string(sides[0]));
-        if (sides.size() == 2) {
-            target.records.try_emplace(std::string(sides[0]), translate::percent_decode(sides[1]));
-        }
+// Takes the next piece between separators off the text; they count as one where several stand
+// together. Empty when there is none.
+std::string_view take_token(std::string_view& text, char separator) {
+    const std::size_t begin = std::min(text.find_first_not_of(separator), text.size());
+    const std::size_t end = std::min(text.find(separator, begin), text.size());
+    const std::string_view token = text.substr(begin, end - begin);
+    text.remove_prefix(end);
+    return token;
+}
+
+void parse_first_line(std::string_view line, datagram& target) {
+    target.command = take_token(line, '\t');
+    while (true) {
+        std::string_view token = take_token(line, '\t');
+        if (token.empty()) return;
+        const std::string_view key = take_token(token, '=');
+        const std::string_view value = take_token(token, '=');
+        if (key.empty() || !take_token(token, '=').empty()) continue;
+        target.records.try_emplace(std::string(key), translate::percent_decode(value));
     }
 }
 
@@ -47,11 +53,15 @@ void datagram::serialize(std::string& text) const {
     for (const std::string& line : lines) text.append(line).append(line_end);
 }
 
-void datagram::parse(std::string_view text) {
+std::string_view datagram::parse_head(std::string_view text) {
     text = text.substr(0, text.find_last_of(line_end) + 1);
-    replay::internet::message2::line_reader reader(text, false);
-    if (reader.done()) return;
-    parse_head(reader.next(), *this);
+    line_reader reader(text, false);
+    if (!reader.done()) parse_first_line(reader.next(), *this);
+    return reader.rest();
+}
+
+void datagram::parse_lines(std::string_view text) {
+    line_reader reader(text, false);
     lines.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
     while (!reader.done()) lines.emplace_back(reader.next());
 }

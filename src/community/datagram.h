@@ -29,7 +29,12 @@ struct datagram {
     // line end follows is dropped. Of two records with one key the first counts, and a token with
     // more than one "=" between other characters is no record. Throws
     // replay::coding::translate::invalid_codeword for a bad percent escape.
-    void parse(std::string_view text);
+    void parse(std::string_view text) { parse_lines(parse_head(text)); }
+
+    // The same in two steps: the first reads all but the lines and gives the part of the text where
+    // those are, which can't fail to be read.
+    std::string_view parse_head(std::string_view text);
+    void parse_lines(std::string_view text);
 
     // The value of a record, nullptr when there is none.
     const std::string* find(std::string_view key) const;

@@ -66,8 +66,7 @@ bool send(probe& sent, postbox& box, const ip4& address) {
     try {
         std::string bytes;
         sent.request.serialize(bytes);
-        box.send(sent.exchange, address, bytes);
-        box.start_timer(sent.exchange);
+        box.send(sent.exchange, address, bytes, postbox::timer_start::after);
         return true;
     } catch (const std::exception&) {
         return false;
@@ -125,7 +124,7 @@ discovery_result probe_servers(postbox& box, const std::vector<ip4>& addresses,
     for (; !probes.empty(); probes.pop_front()) {
         transaction& exchange = probes.front().exchange;
         const bool may_wait = any_sent && result.unreachable == 0;
-        exchange.completed.wait(may_wait ? options.probe_wait : std::chrono::milliseconds(0));
+        box.wait(exchange, may_wait ? options.probe_wait : std::chrono::milliseconds(0));
         box.leave(exchange);
         if (exchange.answered) {
             add_server(exchange, result.servers);

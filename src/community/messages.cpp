@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <memory>
 #include <tuple>
 #include <unordered_set>
 #include <utility>
@@ -35,13 +35,11 @@ constexpr std::size_t fields_of_a_renaming_match = 9;
 // fields than a renaming match has is only known to have more.
 struct line_fields {
     explicit line_fields(std::string_view line) {
-        constexpr char tab = '\t';
-        for (std::size_t begin = line.find_first_not_of(tab);
-             begin != std::string_view::npos && count < values.size();
-             begin = line.find_first_not_of(tab, begin)) {
-            const std::size_t end = std::min(line.find(tab, begin), line.size());
-            values[count++] = line.substr(begin, end - begin);
-            begin = end;
+        std::size_t begin = 0;
+        for (std::size_t at = 0; at <= line.size() && count < values.size(); ++at) {
+            if (at < line.size() && line[at] != '\t') continue;
+            if (at > begin) values[count++] = line.substr(begin, at - begin);
+            begin = at + 1;
         }
     }
 
@@ -50,6 +48,8 @@ struct line_fields {
 };
 
 struct match {
+    using full_name = std::pair<std::u16string, std::u16string>;  // kind and digest
+
     match(signature_entry& named, const line_fields& fields)
         : entry(&named),
           id(decode_numeral(fields.values[1])),
@@ -59,8 +59,8 @@ struct match {
           revokes(static_cast<std::uint32_t>(decode_numeral(fields.values[5]))),
           matches(static_cast<std::uint32_t>(decode_numeral(fields.values[6]))) {
         if (fields.count != fields_of_a_renaming_match) return;
-        name.emplace(unicode::to_wide(fields.values[7], unicode::utf8),
-                     unicode::to_wide(fields.values[8], unicode::utf8));
+        name = std::make_unique<full_name>(unicode::to_wide(fields.values[7], unicode::utf8),
+                                           unicode::to_wide(fields.values[8], unicode::utf8));
     }
 
     void apply() {
@@ -81,7 +81,7 @@ struct match {
     std::uint32_t reports;
     std::uint32_t revokes;
     std::uint32_t matches;
-    std::optional<std::pair<std::u16string, std::u16string>> name;  // kind and digest
+    std::unique_ptr<full_name> name;  // seldom there
 };
 
 std::vector<match> read_matches(const std::vector<std::string>& lines, signature_list& signatures) {
@@ -103,10 +103,32 @@ std::vector<match> read_matches(const std::vector<std::string>& lines, signature
     return matches;
 }
 
+bool all_ids_differ(const signature_list& signatures) {
+    std::vector<std::uint64_t> ids;
+    ids.reserve(signatures.size());
+    for (const signature_entry& each : signatures) ids.push_back(each.id);
+    std::sort(ids.begin(), ids.end());
+    return std::adjacent_find(ids.begin(), ids.end()) == ids.end();
+}
+
 void keep_first_of_each_id(signature_list& signatures) {
+    // A quick look, which is nearly always enough.
+    if (all_ids_differ(signatures)) return;
     std::unordered_set<std::uint64_t> seen;
     seen.reserve(signatures.size());
     signatures.remove_if([&](const signature_entry& each) { return !seen.insert(each.id).second; });
+}
+
+void append_utf8(std::u16string_view text, std::string& bytes) {
+    const auto is_ascii = [](char16_t unit) { return unit < 0x80; };
+    if (std::all_of(text.begin(), text.end(), is_ascii)) {  // as nearly always
+        const std::size_t before = bytes.size();
+        bytes.resize(before + text.size());
+        std::transform(text.begin(), text.end(), bytes.data() + before,
+                       [](char16_t unit) { return static_cast<char>(unit); });
+    } else {
+        bytes += unicode::from_wide(text, unicode::utf8);
+    }
 }
 
 }  // namespace
@@ -118,10 +140,12 @@ datagram discover_request() {
 datagram match_request(const signature_list& signatures) {
     datagram made = request("MATCH");
     made.lines.reserve(signatures.size());
-    std::u16string line;
     for (const signature_entry& each : signatures) {
-        line.assign(each.kind).append(u"\t").append(each.digest);
-        made.lines.push_back(unicode::from_wide(line, unicode::utf8));
+        std::string& line = made.lines.emplace_back();
+        line.reserve(each.kind.size() + 1 + each.digest.size());
+        append_utf8(each.kind, line);
+        line += '\t';
+        append_utf8(each.digest, line);
     }
     return made;
 }

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "community/datagram.h"
+#include "community/seat.h"
 #include "community/stopwatch.h"
 #include "foundation/internet_address.h"
-#include "foundation/sync.h"
 
 namespace brindlemoss::analysis::community {
 
@@ -22,16 +22,17 @@ struct community_stats {
 };
 
 // One request that is under way, and the response to it. While it stands in a postbox, the postbox
-// guards all but `completed`.
+// guards it.
 struct transaction {
     enum class kind { awaits_response, only_sent };
 
     transaction(kind made, community_stats& counted, time_source now)
-        : is_only_sent(made == kind::only_sent), stats(&counted), timer(now) {
-        if (is_only_sent) completed.set();
-    }
+        : is_only_sent(made == kind::only_sent),
+          stats(&counted),
+          timer(now),
+          is_over(is_only_sent) {}
 
-    const bool is_only_sent;  // nobody waits for a response, completed from the beginning
+    const bool is_only_sent;  // nobody waits for a response, over from the beginning
 
     std::string id;                                     // its number, as on the wire
     std::vector<replay::internet::address::ip4> asked;  // whom the request went to
@@ -41,9 +42,11 @@ struct transaction {
     replay::internet::address::ip4 address;  // whom the response came from
     datagram response;
     bool answered = false;  // the two are there
+    std::string body;       // the lines of the response, until the wait for it is over
 
-    // Set when the response is in, or will not come any more.
-    replay::manual_reset_event completed{replay::event_state::clear};
+    bool is_over;                 // the response is in, or will not come any more
+    const seat* place = nullptr;  // where somebody waits for that
+    bool has_left = false;        // the caller's alone
 };
 
 }  // namespace brindlemoss::analysis::community

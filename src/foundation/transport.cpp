@@ -5,8 +5,10 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <limits>
 
 #include "foundation/network_environment.h"
 
@@ -155,6 +157,16 @@ void raw::set_send_buffer(std::uint32_t size) {
 address::ip4 raw::local_address() {
     const socket_handle::use call(handle_);
     return address_by(::getsockname, "getsockname", call.descriptor());
+}
+
+bool raw::wait(std::chrono::milliseconds limit) {
+    constexpr std::int64_t longest = std::numeric_limits<int>::max();
+    const socket_handle::use call(handle_);
+    pollfd wait{.fd = call.descriptor(), .events = POLLIN, .revents = 0};
+    const auto time = static_cast<int>(std::clamp<std::int64_t>(limit.count(), 0, longest));
+    const bool is_there = !call.is_closed() && ::poll(&wait, 1, time) > 0;
+    if (call.is_closed()) fail("poll", EBADF);
+    return is_there;
 }
 
 void raw::receive(address::ip4& from, buffer& into) {

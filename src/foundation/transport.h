@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -135,6 +136,9 @@ public:
 
     // The port that the system gave the socket, or bind() asked for.
     address::ip4 local_address();
+
+    // Waits until receive() would not. False when `limit` went by first or a signal broke the wait.
+    bool wait(std::chrono::milliseconds limit);
 
     // Waits for one datagram and who sent it; it may be empty. One that does not fit is dropped
     // with message_truncated. Also throws operation_timed_out, and what the network tells of

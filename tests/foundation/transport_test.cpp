@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <atomic>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -197,6 +198,26 @@ TEST(udp_socket, refuses_addresses_that_it_cannot_have) {
     strange.mutable_data()->sa_family = AF_UNIX;
     EXPECT_EQ(failure_of([&] { other.open(strange); }),
               "internet.transport[socket() returned status 0x00000061]");
+}
+
+TEST(udp_socket, waits_for_something_to_receive) {
+    constexpr std::chrono::milliseconds at_once(0);
+    constexpr std::chrono::milliseconds long_enough(plenty);
+    bound_socket socket;
+    EXPECT_FALSE(socket.wait(at_once));
+    EXPECT_FALSE(socket.wait(std::chrono::milliseconds(1)));
+    bound_socket other;
+    other.send(socket.local_address(), "here");
+    EXPECT_TRUE(socket.wait(long_enough));
+    EXPECT_EQ(socket.received(), "here");
+    EXPECT_FALSE(socket.wait(at_once));
+
+    const test_support::watched_thread waiting(
+        [&] { EXPECT_THROW(socket.wait(std::chrono::hours(1)), transport::not_a_socket); });
+    EXPECT_TRUE(waiting.blocks());
+    socket.close();
+    waiting.finish();
+    EXPECT_THROW(socket.wait(at_once), transport::not_a_socket);
 }
 
 TEST(udp_socket, close_ends_a_blocked_receive) {
