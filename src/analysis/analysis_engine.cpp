@@ -29,8 +29,8 @@ constexpr std::uint32_t confidence_floor = 90;
 constexpr std::int32_t spam_mark = 50;
 constexpr std::int32_t highest_rating = 100;
 
-std::u16string kind_and_digest(const signature_entry& signature) {
-    return signature.kind.substr(0, shown_kind) + u" " + signature.digest;
+std::u16string_view kind_shown(const signature_entry& signature) {
+    return std::u16string_view(signature.kind).substr(0, shown_kind);
 }
 
 void report_parts(const part& item, const part& logical, std::int32_t depth, report& lines) {
@@ -59,9 +59,9 @@ void report_signatures(const signature_list& signatures, report& lines) {
     push_line(lines, 0, {});
     push_line(lines, 0, u"Generated Signatures:");
     for (const signature_entry& each : signatures) {
-        std::u16string line = kind_and_digest(each);
-        if (!each.comment.empty()) line.append(u" -- ").append(each.comment);
-        push_line(lines, 1, std::move(line));
+        const std::u16string_view before_comment = each.comment.empty() ? u"" : u" -- ";
+        push_line(lines, 1,
+                  joined({kind_shown(each), u" ", each.digest, before_comment, each.comment}));
     }
 }
 
@@ -104,7 +104,8 @@ std::int32_t score_by_votes(const signature_entry& signature, const weighing& we
 
 void test_signature(const signature_entry& signature, const weighing& weights, test_list& tests) {
     const auto push = [&](std::u16string name, std::int32_t score) {
-        push_test(tests, std::move(name), score, u"Signature: " + kind_and_digest(signature));
+        push_test(tests, std::move(name), score,
+                  joined({u"Signature: ", kind_shown(signature), u" ", signature.digest}));
     };
     switch (signature.state) {
         case ignored: return;
@@ -123,7 +124,8 @@ std::u16string matched_line(const signature_entry& signature) {
         " -- ID: %lld, State: %d, Reports: %d, Revokes: %d, Matches: %d",
         static_cast<long long>(signature.id), signature.state, static_cast<int>(signature.reports),
         static_cast<int>(signature.revokes), static_cast<int>(signature.matches));
-    return kind_and_digest(signature) + widen({numbers.data(), static_cast<std::size_t>(size)});
+    return joined({kind_shown(signature), u" ", signature.digest,
+                   widen({numbers.data(), static_cast<std::size_t>(size)})});
 }
 
 void test_matched_signatures(analysis_run& run) {
@@ -144,9 +146,9 @@ void test_matched_signatures(analysis_run& run) {
 std::u16string result_line(const test& result) {
     std::array<char, 16> score;
     const int size = std::snprintf(score.data(), score.size(), "%-3d ", result.score);
-    std::u16string line = widen({score.data(), static_cast<std::size_t>(size)}) + result.name;
-    if (!result.detail.empty()) line.append(u" -- ").append(result.detail);
-    return line;
+    const std::u16string_view before_detail = result.detail.empty() ? u"" : u" -- ";
+    return joined({widen({score.data(), static_cast<std::size_t>(size)}), result.name,
+                   before_detail, result.detail});
 }
 
 std::int32_t sum_up_tests(const test_list& tests, report& lines) {

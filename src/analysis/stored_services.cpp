@@ -37,6 +37,9 @@ bool stored_services::denied(std::string_view address, list_entries which) {
 
 void stored_services::allow_address(std::u16string_view name, std::string_view address,
                                     std::u16string_view comment) {
+    if (!rules::may_be_learned(name, address)) {
+        return log(2, "Sender is not allowed from now on: name and address are too long");
+    }
     rules_sender_allowed::instance().add_address(name, address, comment);
 }
 
@@ -49,6 +52,7 @@ bool stored_services::trusted(std::string_view address) {
 }
 
 void stored_services::increase_trust(std::u16string_view name, std::string_view address) {
+    if (!rules::may_be_learned(name, address)) return;
     rules_sender_trusted::instance().increase_trust(name, address);
 }
 

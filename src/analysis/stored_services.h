@@ -7,7 +7,8 @@ namespace brindlemoss::analysis {
 
 // The services of a running program: settings, counters, sender lists and trust in the user's
 // store, the community, lines in a log. What the store cannot do throws replay::registry2::generic,
-// a look-up that comes to a broken entry of a list rules::unpack_failed.
+// a look-up that comes to a broken entry of a list rules::unpack_failed. Senders that may not be
+// learned (rules/sender_entry.h) gain no trust and are not put on the allowed list.
 class stored_services : public filter_services {
 public:
     // The log must outlive the services.

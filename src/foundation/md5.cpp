@@ -31,13 +31,15 @@ std::uint32_t load_little_endian(const unsigned char* bytes) {
            static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
 }
 
-// The four rounds are templates so that the compiler unrolls each into straight-line code.
+// The four rounds are templates so that the compiler unrolls each into straight-line code. Each
+// step waits for the `b` of the one before: what can be done without it stands apart.
 template <int round>
-constexpr std::uint32_t mix(std::uint32_t b, std::uint32_t c, std::uint32_t d) {
-    if constexpr (round == 0) return (b & c) | (~b & d);
-    if constexpr (round == 1) return (b & d) | (c & ~d);
-    if constexpr (round == 2) return b ^ c ^ d;
-    if constexpr (round == 3) return c ^ (b | ~d);
+constexpr std::uint32_t add_mixed(std::uint32_t sum, std::uint32_t b, std::uint32_t c,
+                                  std::uint32_t d) {
+    if constexpr (round == 0) return sum + (d ^ (b & (c ^ d)));
+    if constexpr (round == 1) return sum + (c & ~d) + (b & d);
+    if constexpr (round == 2) return sum + (b ^ (c ^ d));
+    if constexpr (round == 3) return sum + (c ^ (b | ~d));
 }
 
 template <int round>
@@ -51,8 +53,8 @@ template <int round>
 void run_round(const std::array<std::uint32_t, 16>& words, state_words& state) {
     auto [a, b, c, d] = state;
     for (int step = 0; step < 16; ++step) {
-        const std::uint32_t sum =
-            a + mix<round>(b, c, d) + words[word_index<round>(step)] + sines[round * 16 + step];
+        const std::uint32_t sum = add_mixed<round>(
+            a + words[word_index<round>(step)] + sines[round * 16 + step], b, c, d);
         a = d;
         d = c;
         c = b;

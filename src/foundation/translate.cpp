@@ -63,7 +63,9 @@ constexpr alphabet<6> uu = make_uuencode();
 
 template <int width>
 void encode(const alphabet<width>& code, std::string_view bytes, std::string& out) {
-    out.reserve(out.size() + (bytes.size() * 8 + width - 1) / width);
+    const std::size_t before = out.size();
+    out.resize(before + (bytes.size() * 8 + width - 1) / width);
+    char* target = out.data() + before;
     unsigned accumulator = 0;
     int held = 0;
     for (const char byte : bytes) {
@@ -71,10 +73,10 @@ void encode(const alphabet<width>& code, std::string_view bytes, std::string& ou
         held += 8;
         while (held >= width) {
             held -= width;
-            out += code.symbols[(accumulator >> held) & code.mask];
+            *target++ = code.symbols[(accumulator >> held) & code.mask];
         }
     }
-    if (held > 0) out += code.symbols[(accumulator << (width - held)) & code.mask];
+    if (held > 0) *target = code.symbols[(accumulator << (width - held)) & code.mask];
 }
 
 // The value of `byte`; nothing where it is to be passed over.

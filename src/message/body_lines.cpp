@@ -35,7 +35,7 @@ void append_quoted_printable_lines(line_reader lines, std::string& body) {
 void reserve_plain_text(std::string_view text, std::string& body) {
     // A guess does for what is small. Larger texts are counted: one that had to grow would for that
     // moment be held twice.
-    constexpr std::size_t small = 64 * 1024;
+    constexpr std::size_t small = std::size_t{64} * 1024;
     constexpr std::size_t guessed_line = 32;
     const std::size_t line_ends =
         text.size() < small ? text.size() / guessed_line

@@ -132,6 +132,10 @@ constexpr std::size_t longest_key =
         return name.key.size();
     })->key.size();
 
+// The labels of most mail as they are written most, known without a search.
+constexpr charset_name usual_names[] = {
+    {"iso-8859-1", 28591}, {"us-ascii", byte_for_byte}, {"utf-8", utf8}};
+
 struct numbered_prefix {
     std::string_view prefix;
     std::int32_t offset;
@@ -209,6 +213,9 @@ unmappable_character::unmappable_character() {
 }
 
 std::int32_t codepage(std::string_view name) {
+    for (const charset_name& usual : usual_names) {
+        if (name == usual.key) return usual.codepage;
+    }
     const std::string key = normalised(name);
     if (key.size() <= longest_key) {
         const auto* const found =

@@ -64,8 +64,15 @@ header_list::iterator header_list::end() const {
 }
 
 std::optional<std::string_view> header_list::find(std::string_view name) const {
-    for (const header& each : *this) {
-        if (ascii::equals_ignoring_case(each.name, name)) return each.value;
+    const char* position = packed_.data();
+    const char* const end = position + packed_.size();
+    while (position != end) {
+        const std::size_t name_size = read_length(position);
+        const std::size_t value_size = read_length(position);
+        if (ascii::equals_ignoring_case({position, name_size}, name)) {
+            return std::string_view(position + name_size, value_size);
+        }
+        position += name_size + value_size;
     }
     return std::nullopt;
 }

@@ -2,12 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <optional>
 
 #include "foundation/translate.h"
 #include "message/html_entities.h"
+#include "message/wide_search.h"
 #include "platform/character_class.h"
 
 namespace replay::html {
@@ -15,29 +15,6 @@ namespace replay::html {
 using namespace std::string_view_literals;
 
 namespace {
-
-// True when one of the four units in `word` is `unit`.
-bool holds(std::uint64_t word, char16_t unit) {
-    constexpr std::uint64_t ones = 0x0001'0001'0001'0001;
-    constexpr std::uint64_t highest_bits = ones << 15;
-    const std::uint64_t difference = word ^ ones * unit;
-    return ((difference - ones) & ~difference & highest_bits) != 0;
-}
-
-// The first `a` or `b` from `position` on, or `stop`. Goes four units at a time: text between tags
-// and values in quotes are most of a page.
-const char16_t* find_either(const char16_t* position, const char16_t* stop, char16_t a,
-                            char16_t b) {
-    std::uint64_t word = 0;
-    constexpr std::ptrdiff_t units = sizeof word / sizeof *position;
-    while (stop - position >= units) {
-        std::memcpy(&word, position, sizeof word);
-        if (holds(word, a) || holds(word, b)) break;
-        position += units;
-    }
-    while (position != stop && *position != a && *position != b) ++position;
-    return position;
-}
 
 // One run over a text. Each step takes what it is about and leaves the position behind it; at the
 // end of the text it returns without an event.

@@ -9,12 +9,13 @@ bool value_splitter::next(std::string& token) {
     mode current = mode::plain;
     while (!rest_.empty()) {
         if (current == mode::plain && !token.empty()) take_ordinary_run(token);
+        if (current == mode::quoted) take_run(std::min(rest_.find('"'), rest_.size()), token);
         if (rest_.empty()) break;
         const char byte = rest_.front();
         rest_.remove_prefix(1);
         // A "?" on an empty token is no start of an encoded word but a byte like any other.
         const bool ends_token = current == mode::plain && byte != '\\' && byte != '"' &&
-                                !(byte == '?' && !token.empty()) && is_delimiter(byte);
+                                !(byte == '?' && !token.empty()) && delimiters_.holds(byte);
         if (!ends_token) {
             current = take(current, byte, token);
         } else if (!token.empty()) {
@@ -26,17 +27,14 @@ bool value_splitter::next(std::string& token) {
 
 // Moves the bytes over that mean nothing but themselves: most of any value.
 void value_splitter::take_ordinary_run(std::string& token) {
-    const auto end = std::find_if(rest_.begin(), rest_.end(), [&](char byte) {
-        return byte == '\\' || byte == '"' || byte == '?' || is_delimiter(byte);
-    });
-    const auto size = static_cast<std::size_t>(end - rest_.begin());
-    token.append(rest_, 0, size);
-    rest_.remove_prefix(size);
+    const auto end =
+        std::find_if(rest_.begin(), rest_.end(), [&](char byte) { return special_.holds(byte); });
+    take_run(static_cast<std::size_t>(end - rest_.begin()), token);
 }
 
-bool value_splitter::is_delimiter(char byte) const {
-    return std::any_of(delimiters_.begin(), delimiters_.end(),
-                       [&](char delimiter) { return delimiter == byte; });
+void value_splitter::take_run(std::size_t size, std::string& token) {
+    token.append(rest_, 0, size);
+    rest_.remove_prefix(size);
 }
 
 value_splitter::mode value_splitter::take(mode current, char byte, std::string& token) const {

@@ -14,6 +14,10 @@
 namespace replay::platform {
 namespace {
 
+// Nearly all text is in one of these two, so they are not looked up.
+constexpr std::int32_t latin1_page = 28591;
+constexpr std::int32_t utf8_page = 65001;
+
 std::size_t index_of(const code_page_entry& page) {
     return static_cast<std::size_t>(&page - code_page_list().data());
 }
@@ -63,6 +67,8 @@ conversion_status encode_latin1(std::u16string_view wide, on_error mode, std::st
 conversion_status decode(std::string_view bytes, std::int32_t page, on_error mode,
                          std::u16string& wide) {
     if (bytes.empty()) return conversion_status::done;
+    if (page == latin1_page) return decode_latin1(bytes, wide);
+    if (page == utf8_page) return decode_utf8(bytes, mode, wide);
     const code_page_entry* const entry = find_code_page(page);
     if (!entry) return conversion_status::unknown_page;
     switch (entry->method) {
@@ -82,6 +88,8 @@ conversion_status decode(std::string_view bytes, std::int32_t page, on_error mod
 conversion_status encode(std::u16string_view wide, std::int32_t page, on_error mode,
                          std::string& bytes) {
     if (wide.empty()) return conversion_status::done;
+    if (page == latin1_page) return encode_latin1(wide, mode, bytes);
+    if (page == utf8_page) return encode_utf8(wide, mode, bytes);
     const code_page_entry* const entry = find_code_page(page);
     if (!entry) return conversion_status::unknown_page;
     switch (entry->method) {

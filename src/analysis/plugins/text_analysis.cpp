@@ -10,6 +10,7 @@
 #include "analysis/plugins/urls.h"
 #include "analysis/report_text.h"
 #include "message/character_set.h"
+#include "message/wide_search.h"
 #include "platform/character_class.h"
 
 namespace brindlemoss::analysis::plugins::text_analysis {
@@ -21,6 +22,13 @@ using replay::internet::message2::part;
 // Unsolicited Bulk Email.
 constexpr std::u16string_view gtube =
     u"XJS*C4JDBQADN1.NSBN3*2IDNEN*GTUBE-STANDARD-ANTI-UBE-TEST-EMAIL*C.34X";
+
+bool holds_gtube(std::u16string_view text) {
+    for (std::size_t at = 0; (at = replay::find_unit(text, gtube.front(), at)) != text.npos; ++at) {
+        if (text.substr(at).starts_with(gtube)) return true;
+    }
+    return false;
+}
 
 // A plain text as long as this is not searched for URLs.
 constexpr std::size_t size_without_scan = 16384;
@@ -66,10 +74,10 @@ void analyse_words(const part& root, std::u16string_view normalised, signature_l
     token_list tokens(normalised);
     check_address_customisation(root, tokens, tests);
     check_permutated_tokens(tokens, tests);
-    fold(tokens);
-    push_block_signatures(tokens, signatures);
-    push_length_curve_signatures(tokens, signatures);
-    push_structure_signatures(tokens, signatures);
+    const folded_words words(tokens);
+    push_block_signatures(words, signatures);
+    push_length_curve_signatures(words, signatures);
+    push_structure_signatures(words, signatures);
 }
 
 }  // namespace
@@ -95,7 +103,7 @@ void plugin::generate(part& root, signature_list& signatures, test_list& tests, 
 
     std::vector<std::u16string> links;
     std::u16string text = visible_text(*displayable, links, tests);
-    if (text.find(gtube) != std::u16string::npos) {
+    if (holds_gtube(text)) {
         push_test(tests, u"Diagnostic.GTUBE", 100, u"This is a GTUBE Diagnostic Message");
     }
     normalise(text);

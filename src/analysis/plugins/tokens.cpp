@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -30,9 +31,7 @@ constexpr std::size_t most_permutated_tokens = 3;
 
 void push_word_test(test_list& tests, std::u16string_view name, std::u16string_view word) {
     constexpr std::int32_t score = 5;
-    std::u16string detail = u"Token: \"";
-    detail.append(word).append(u"\"");
-    push_test(tests, std::u16string(name), score, std::move(detail));
+    push_test(tests, std::u16string(name), score, joined({u"Token: \"", word, u"\""}));
 }
 
 // What stands before the "@", those in front not counted.
@@ -102,8 +101,21 @@ private:
     std::uint64_t lengths_ = 0;
 };
 
-bool is_ascii_digit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
+// Digits are looked for in blocks that compilers make a loop of vector instructions of.
+std::size_t find_digit(std::u16string_view units, std::size_t from) {
+    constexpr std::size_t block_units = 32;
+    const auto digit_bit = [](char16_t unit) {
+        return static_cast<char16_t>(static_cast<char16_t>(unit - u'0') < 10 ? 1 : 0);
+    };
+    for (; units.size() - from >= block_units; from += block_units) {
+        char16_t found = 0;
+        for (std::size_t i = 0; i < block_units; ++i) {
+            found = static_cast<char16_t>(found | digit_bit(units.data()[from + i]));
+        }
+        if (found != 0) break;
+    }
+    while (from < units.size() && digit_bit(units[from]) == 0) ++from;
+    return from;
 }
 
 constexpr std::size_t ascii_units = 128;
@@ -175,23 +187,30 @@ private:
     std::uint64_t groups_in_use_ = 0;
 };
 
-// Gives nothing, and leaves the word as it is, where it is not all ASCII.
-std::optional<std::size_t> fold_ascii(std::span<char16_t> word) {
-    unsigned all = 0;
-    std::uint64_t low = 0;
-    std::uint64_t high = 0;
-    for (const char16_t unit : word) {
-        all |= unit;
-        const char16_t letter = look_alikes[unit % ascii_units];
-        const std::uint64_t bit = std::uint64_t{1} << (letter & 63);
-        low |= letter < 64 ? bit : 0;
-        high |= letter < 64 ? 0 : bit;
+// What nearly all words fold to: a set of these fits into the bits of a number.
+constexpr std::u16string_view plain_letters = u"2569abcdefghijkmnopqrstuvwxyz";
+constexpr std::uint32_t other_word = 0x8000'0000;  // above all sets of plain letters
+
+constexpr std::array<std::uint32_t, ascii_units> make_plain_sets() {
+    std::array<std::uint32_t, ascii_units> sets{};
+    for (std::size_t unit = 0; unit < sets.size(); ++unit) {
+        const std::size_t place = plain_letters.find(look_alikes[unit]);
+        sets[unit] = place == plain_letters.npos ? other_word : std::uint32_t{1} << place;
     }
-    if (all >= ascii_units) return std::nullopt;
-    char16_t* out = word.data();
-    for_each_bit(low, [&](unsigned unit) { *out++ = static_cast<char16_t>(unit); });
-    for_each_bit(high, [&](unsigned unit) { *out++ = static_cast<char16_t>(64 + unit); });
-    return static_cast<std::size_t>(out - word.data());
+    return sets;
+}
+
+constexpr std::array<std::uint32_t, ascii_units> plain_sets = make_plain_sets();
+
+// The letters of a word as bits of a number; other_word or above where it has others.
+std::uint32_t plain_set_of(std::u16string_view word) {
+    char16_t all = 0;
+    std::uint32_t set = 0;
+    for (const char16_t unit : word) {
+        all = static_cast<char16_t>(all | unit);
+        set |= plain_sets[unit % ascii_units];
+    }
+    return all < ascii_units ? set : other_word;
 }
 
 // Long enough for compilers to make a loop of vector instructions of it.
@@ -244,37 +263,48 @@ token_list::token_list(std::u16string_view normalised) {
     read(normalised);
 }
 
+namespace {
+
+// Whether the text ends with the scheme of a URL that is a word so far.
+bool ends_with_url_scheme(std::u16string_view text) {
+    for (const std::u16string_view scheme : {u"http", u"https"}) {
+        if (!text.ends_with(scheme)) continue;
+        const std::u16string_view before = text.substr(0, text.size() - scheme.size());
+        if (before.empty() || replay::platform::characters().is_space(before.back())) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 // Each unit and each bound is written, and the next one overwrites it unless it counts: where words
 // end cannot be foreseen by a processor, so a branch on it would be dear.
 void token_list::read(std::u16string_view normalised) {
     const auto& characters = replay::platform::characters();
     constexpr auto dropped = character_class::space | character_class::punctuation;
-    const auto is_url_scheme = [](std::u16string_view raw) {
-        return raw == u"http" || raw == u"https";
-    };
     char16_t* const units = units_.get();
-    std::uint32_t* const bounds = bounds_.get();
-    std::size_t size = 0;
+    std::uint32_t* bound = bounds_.get() + 1;  // the end of the word that is read
     std::uint32_t written = 0;
-    std::size_t raw_begin = 0;  // of the word with its punctuation
-    for (std::size_t at = 0; at < normalised.size(); ++at) {
-        const char16_t unit = normalised[at];
-        const auto classes = characters.classes(unit);
-        const bool is_space = (classes & character_class::space) != 0;
-        units[written] = unit;
+    unsigned in_word = 0;
+    const char16_t* const begin = normalised.data();
+    const char16_t* const end = begin + normalised.size();
+    for (const char16_t* at = begin; at != end; ++at) {
+        const unsigned classes = characters.classes(*at);
+        const unsigned is_space = (classes & character_class::space) != 0 ? 1 : 0;
+        units[written] = *at;
         written += (classes & dropped) == 0;
-        bounds[size + 1] = written;
-        size += is_space && raw_begin != at;
-        raw_begin = is_space ? at + 1 : raw_begin;
-        if (unit == u':' && is_url_scheme(normalised.substr(raw_begin, at - raw_begin))) {
-            while (at + 1 < normalised.size() && !characters.is_space(normalised[at + 1])) ++at;
-            written = bounds[size];
-            raw_begin = at + 1;
+        *bound = written;
+        bound += is_space & in_word;
+        in_word = is_space ^ 1;
+        if (*at == u':' && ends_with_url_scheme({begin, at})) {
+            while (at + 1 != end && !characters.is_space(at[1])) ++at;
+            written = bound[-1];
+            in_word = 0;
         }
     }
-    bounds[size + 1] = written;
-    size += raw_begin < normalised.size();
-    size_ = size;
+    *bound = written;
+    bound += in_word;
+    size_ = static_cast<std::size_t>(bound - bounds_.get()) - 1;
 }
 
 void token_list::erase(std::size_t index) {
@@ -312,27 +342,81 @@ void check_permutated_tokens(const token_list& tokens, test_list& tests) {
     // Digits are rarer than words, so it is they that are looked for.
     std::size_t token = 0;
     std::size_t end = 0;  // of the token
-    auto digit = std::ranges::find_if(units, is_ascii_digit);
-    while (digit != units.end()) {
-        const std::size_t position = static_cast<std::size_t>(digit - units.begin());
+    std::size_t position = find_digit(units, 0);
+    while (position < units.size()) {
         while (end <= position) end += tokens[token++].size();
         const std::u16string_view found = tokens[token - 1];
         if (characters.is_alpha(found.front())) {
             push_word_test(tests, u"Part.Text.Permutated_Token", found);
             if (++hits == most_permutated_tokens) return;
         }
-        digit = std::find_if(units.begin() + static_cast<std::ptrdiff_t>(end), units.end(),
-                             is_ascii_digit);
+        position = find_digit(units, end);
     }
 }
 
-void fold(token_list& tokens) {
-    unit_set letters;
-    tokens.rewrite([&](std::span<char16_t> word) {
-        if (const auto size = fold_ascii(word)) return *size;
-        for (const char16_t unit : word) letters.add(look_alike(unit));
-        return letters.move_to(word.data());
-    });
+// The different words that hold more than plain letters, numbered as they come.
+class folded_words::other_words {
+public:
+    std::uint32_t number_of(std::u16string_view word) {
+        for (const char16_t unit : word) letters_.add(look_alike(unit));
+        const std::size_t begin = texts_.units.size();
+        texts_.units.resize(begin + word.size());
+        texts_.units.resize(begin + letters_.move_to(texts_.units.data() + begin));
+        texts_.ends.push_back(texts_.units.size());
+        const auto last = static_cast<std::uint32_t>(texts_.size() - 1);
+        const std::uint32_t number = table_.add(last, table_.hash(texts_[last]));
+        if (number != last) {
+            texts_.ends.pop_back();
+            texts_.units.resize(begin);
+        }
+        return number;
+    }
+
+    std::u16string_view operator[](std::size_t number) const { return texts_[number]; }
+
+private:
+    struct text_list {
+        std::size_t size() const { return ends.size(); }
+        std::u16string_view operator[](std::size_t index) const {
+            const std::size_t begin = index == 0 ? 0 : ends[index - 1];
+            return std::u16string_view(units).substr(begin, ends[index] - begin);
+        }
+
+        std::u16string units;
+        std::vector<std::size_t> ends;
+    };
+
+    unit_set letters_;
+    text_list texts_;
+    word_table<text_list> table_{texts_};
+};
+
+folded_words::folded_words(const token_list& words)
+    : size_(words.size()), identities_(std::make_unique_for_overwrite<std::uint32_t[]>(size_)) {
+    for (std::size_t i = 0; i < size_; ++i) {
+        const std::u16string_view word = words[i];
+        identities_[i] = plain_set_of(word);
+        if (identities_[i] < other_word) continue;
+        if (!others_) others_ = std::make_unique<other_words>();
+        identities_[i] = other_word | others_->number_of(word);
+    }
+}
+
+folded_words::~folded_words() = default;
+
+std::size_t folded_words::length(std::size_t index) const noexcept {
+    const std::uint32_t identity = identities_[index];
+    if (identity >= other_word) return (*others_)[identity ^ other_word].size();
+    return static_cast<std::size_t>(std::popcount(identity));
+}
+
+void folded_words::append_to(std::u16string& text, std::size_t index) const {
+    const std::uint32_t identity = identities_[index];
+    if (identity >= other_word) {
+        text.append((*others_)[identity ^ other_word]);
+    } else {
+        for_each_bit(identity, [&](unsigned place) { text += plain_letters[place]; });
+    }
 }
 
 }  // namespace brindlemoss::analysis::plugins::text_analysis

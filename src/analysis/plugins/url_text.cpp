@@ -4,6 +4,7 @@
 #include <string>
 
 #include "message/character_set.h"
+#include "message/wide_search.h"
 #include "platform/character_class.h"
 #include "platform/utf16.h"
 
@@ -161,15 +162,13 @@ private:
 }  // namespace
 
 std::size_t find_url_mark(std::u16string_view text, std::size_t from) {
-    constexpr std::size_t shortest = std::u16string_view(u"www.").size();
-    for (; from < text.size() && text.size() - from >= shortest; ++from) {
-        const char16_t unit = text[from];
-        if (unit != u'h' && unit != u'w') continue;
+    while ((from = replay::find_pair(text, u"ht", u"ww", from)) != nowhere) {
         const std::u16string_view here = text.substr(from);
         if (here.starts_with(u"www.") || here.starts_with(u"http:") ||
             here.starts_with(u"https:")) {
             return from;
         }
+        ++from;
     }
     return nowhere;
 }

@@ -106,18 +106,13 @@ void analyse_links(part& root, const std::vector<std::u16string>& links,
 }
 
 void scan_text(std::u16string_view normalised, signature_list& signatures) {
-    std::size_t at = normalised.find_first_not_of(u' ');
-    while (at != nowhere) {
-        std::size_t stop = normalised.find(u' ', at);
-        const std::size_t found = find_url_mark(normalised.substr(0, stop), at);
-        if (found != nowhere) {
-            const auto mate = found > 0 ? closing_mate(normalised[found - 1]) : std::nullopt;
-            if (mate) stop = normalised.find(*mate, found);
-            analyse_url(normalised.substr(found, stop == nowhere ? nowhere : stop - found),
-                        signatures);
-        }
+    std::size_t found = find_url_mark(normalised, 0);
+    while (found != nowhere) {
+        const auto mate = found > 0 ? closing_mate(normalised[found - 1]) : std::nullopt;
+        const std::size_t stop = normalised.find(mate.value_or(u' '), found);
+        analyse_url(normalised.substr(found, stop == nowhere ? nowhere : stop - found), signatures);
         if (stop == nowhere) return;
-        at = normalised.find_first_not_of(u' ', stop);
+        found = find_url_mark(normalised, stop);
     }
 }
 

@@ -33,6 +33,10 @@ public:
         return static_cast<std::uint32_t>(mixed(state ^ rest));
     }
 
+    std::uint32_t operator()(std::uint32_t number) const noexcept {
+        return static_cast<std::uint32_t>(mixed(first_key_ ^ number));
+    }
+
 private:
     // Both halves of the product, so that every bit of the state acts on every bit of the next.
     std::uint64_t mixed(std::uint64_t state) const noexcept {
@@ -46,9 +50,9 @@ private:
 };
 
 // Numbers the different words of a list from 0 in the order in which they are added. `Words` gives
-// a word by its index as something that std::u16string_view takes; the list must outlive the table
-// and stay as it is. Takes 15 to 25 bytes a different word, and while it
-// grows half as many again.
+// a word by its index as something that std::u16string_view takes; the list must outlive the table,
+// and what was added must stay as it is. Takes 15 to 25 bytes a different word, and while it grows
+// half as many again.
 template <class Words>
 class word_table {
 public:

@@ -532,6 +532,22 @@ TEST(urls, are_decoded_so_many_times_at_most) {
     }
 }
 
+TEST(urls, give_so_many_signatures_at_most) {
+    for (const std::size_t depth :
+         {most_url_signatures - 1, most_url_signatures, most_url_signatures + 1}) {
+        SCOPED_TRACE(depth);
+        part root;
+        signature_list signatures;
+        const std::u16string pair = u"www.a.com/www.b.com/";
+        const std::u16string nest = repeated(pair, depth / 2 + 1);
+        const std::u16string link = nest.substr(0, depth * (pair.size() / 2));
+        analyse_links(root, {link, u"http://c.com/"}, signatures);
+        EXPECT_EQ(signatures.size(), most_url_signatures);
+        const bool has_room = depth < most_url_signatures;
+        EXPECT_EQ(signatures.back().digest == u"com.c", has_room);
+    }
+}
+
 TEST(urls, in_great_depth_give_what_they_give_in_small) {
     EXPECT_EQ(links_give({repeated(u"http:", 100'000)}), "");
     EXPECT_EQ(links_give({repeated(u"http://", 100'001) + u"a.com/b"}), " com.a/b");
