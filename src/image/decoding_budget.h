@@ -5,14 +5,17 @@
 #include <functional>
 #include <utility>
 
+#include "platform/clock.h"
+
 namespace brindlemoss::analysis::plugins::image_analysis {
 
 // What the pictures of one mail may cost. It is looked at between the steps of decoding, none of
 // which is long: picture_guard bounds what the decoder can be made to do in one. For each decoded
-// picture the time is set aside that the search for text will take of it.
+// picture the time is set aside that the search for text will take of it. Time is that of the
+// processor: a busy machine must not turn an honest picture into one that cannot be decoded.
 class decoding_budget {
 public:
-    using clock = std::chrono::steady_clock;
+    using clock = replay::platform::clock::processor_time;
 
     static constexpr std::chrono::milliseconds time_of_picture{2000};
     static constexpr std::chrono::milliseconds time_of_mail{8000};

@@ -37,6 +37,12 @@ broken_down_time local(time_point moment) noexcept {
             parts.tm_hour,        parts.tm_min,     parts.tm_sec};
 }
 
+processor_time::time_point processor_time::now() noexcept {
+    std::timespec taken{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &taken);
+    return time_point(std::chrono::seconds(taken.tv_sec) + std::chrono::nanoseconds(taken.tv_nsec));
+}
+
 standing::standing(time_point moment) noexcept {
     set(moment);
 }

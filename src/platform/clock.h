@@ -4,7 +4,8 @@
 #include <cstdint>
 
 // The time of day. All of the program asks here, so that a test can set it; for deadlines use
-// std::chrono::steady_clock. Every function may be called from any thread.
+// std::chrono::steady_clock, for what work may cost processor_time. Every function may be called
+// from any thread.
 namespace replay::platform::clock {
 
 using time_point = std::chrono::system_clock::time_point;
@@ -28,6 +29,18 @@ broken_down_time local(time_point moment) noexcept;
 inline broken_down_time local_now() noexcept {
     return local(now());
 }
+
+// The processor time that the calling thread has taken: the cost of its work, the same on a machine
+// that is busy with other things.
+struct processor_time {
+    using duration = std::chrono::nanoseconds;
+    using rep = duration::rep;
+    using period = duration::period;
+    using time_point = std::chrono::time_point<processor_time>;
+    static constexpr bool is_steady = true;
+
+    static time_point now() noexcept;
+};
 
 // While it lives, the clock of the whole process stands at the moment it was given. One at a time.
 class standing {
