@@ -1,6 +1,8 @@
 #include "foundation/registry_values.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 #include "platform/utf8.h"
 
@@ -19,7 +21,14 @@ std::string little_endian(std::uint64_t number, std::size_t size) {
     return bytes;
 }
 
+// Units in memory have that order of bytes already where the low byte stands first.
+constexpr bool is_order_of_machine = std::endian::native == std::endian::little;
+
 void append_units(std::u16string_view text, std::string& bytes) {
+    if constexpr (is_order_of_machine) {
+        bytes.append(reinterpret_cast<const char*>(text.data()), 2 * text.size());
+        return;
+    }
     for (const char16_t unit : text) {
         bytes += static_cast<char>(unit);
         bytes += static_cast<char>(unit >> 8);
@@ -28,6 +37,10 @@ void append_units(std::u16string_view text, std::string& bytes) {
 
 std::u16string units_of(std::string_view bytes) {
     std::u16string units(bytes.size() / 2, u'\0');
+    if constexpr (is_order_of_machine) {
+        if (!units.empty()) std::memcpy(units.data(), bytes.data(), 2 * units.size());
+        return units;
+    }
     for (std::size_t at = 0; at < units.size(); ++at) {
         const auto low = static_cast<unsigned char>(bytes[2 * at]);
         const auto high = static_cast<unsigned char>(bytes[2 * at + 1]);

@@ -1,5 +1,7 @@
 #include "rules/recipients.h"
 
+#include "rules/sender_entry.h"
+
 namespace brindlemoss::rules {
 
 using replay::internet::message2::header_type::addresses_value_type;
@@ -8,7 +10,11 @@ void for_each_recipient_header(const replay::internet::message2::part& message,
                                const std::function<void(const recipients&)>& take) {
     for (const char* const header : {"To", "CC", "BCC"}) {
         addresses_value_type value;
-        if (message.find_header(header, value)) take(value.addresses());
+        if (!message.find_header(header, value)) continue;
+        recipients all = value.addresses();
+        std::erase_if(all,
+                      [](const auto& each) { return !may_be_learned(each.name, each.address); });
+        take(all);
     }
 }
 

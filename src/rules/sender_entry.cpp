@@ -130,7 +130,8 @@ std::u16string_view trusted_address_of(std::u16string_view entry) {
     return fields_of<4>(entry, "m_unpack_address failed")[1];
 }
 
-text_list::iterator find_entry(text_list& entries, std::u16string_view key, entry_key read) {
+text_list::const_iterator find_entry(const text_list& entries, std::u16string_view key,
+                                     entry_key read) {
     return std::find_if(entries.begin(), entries.end(), [&](const std::u16string& entry) {
         return equals_normalized(read(entry), key);
     });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -47,6 +48,16 @@ std::u16string pack(const address_entry& fields);
 std::u16string pack(const domain_entry& fields);
 std::u16string pack(const trust_entry& fields);
 
+// What a message brings into a list by itself has at most so many units, name and address together:
+// a list is read as a whole, and a single message could make it slow for all that follow. No path
+// of a mail is above 256 (RFC 5321, 4.5.3.1.3).
+inline constexpr std::size_t most_learned_units = 2000;
+
+inline bool may_be_learned(std::u16string_view name, std::string_view address) {
+    return address.size() <= most_learned_units &&
+           name.size() <= most_learned_units - address.size();
+}
+
 // The form in which addresses and domains are compared and stored: without blanks, A to Z in lower
 // case. NULs go as well.
 std::u16string normalized(std::u16string_view text);
@@ -63,7 +74,8 @@ std::u16string_view trusted_address_of(std::u16string_view entry);
 
 // The first entry whose key is `key` once normalized, or the end. Reads no entry behind it; throws
 // unpack_failed at one before it.
-text_list::iterator find_entry(text_list& entries, std::u16string_view key, entry_key read);
+text_list::const_iterator find_entry(const text_list& entries, std::u16string_view key,
+                                     entry_key read);
 
 // Adds an entry and sorts all by their 16-bit units.
 void insert_sorted(text_list& entries, std::u16string entry);

@@ -15,7 +15,8 @@
 namespace brindlemoss::rules {
 
 // A list of entries made ready for look-ups. Answers, and throws unpack_failed, exactly as a walk
-// through the list from its first entry on does. Not synchronised.
+// through the list from its first entry on does; the first look-up in a list is one, as many a list
+// changes before there is a second. Not synchronised.
 class sender_index {
 public:
     explicit sender_index(entry_key read) : read_(read) {}
@@ -25,17 +26,21 @@ public:
     void follow(std::shared_ptr<const text_list> entries);
 
     // The first entry with this key, nullptr if there is none. It lives as long as the list.
-    const std::u16string* find(std::u16string_view key) const;
+    const std::u16string* find(std::u16string_view key);
 
     // Whether `text` ends in the key of an entry; there need be no boundary before it.
-    bool holds_end_of(std::u16string_view text) const;
+    bool holds_end_of(std::u16string_view text);
 
 private:
+    void build();
+    const std::u16string* find_by_walk(std::u16string_view key) const;
     void add(std::u16string_view key, std::size_t number);
     void require_all_read() const;
 
     entry_key read_;
     std::shared_ptr<const text_list> entries_;
+    bool was_asked_ = false;
+    bool is_built_ = false;            // what stands below is of these entries
     std::deque<std::u16string> keys_;  // those that do not stand in the list in normal form
     std::unordered_map<std::u16string_view, std::size_t> numbers_;
     std::set<std::size_t> key_sizes_;

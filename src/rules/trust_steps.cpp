@@ -25,7 +25,8 @@ void add_step(text_list& entries, std::u16string_view name, std::u16string_view 
               std::uint32_t now) {
     const auto found = find_entry(entries, address, trusted_address_of);
     if (found == entries.end()) return insert_sorted(entries, first_step(name, address, now));
-    *found = with_one_more(*found, name, address);
+    entries[static_cast<std::size_t>(found - entries.begin())] =
+        with_one_more(*found, name, address);
 }
 
 trust_steps::trust_steps(text_list& entries) : entries_(entries) {

@@ -14,6 +14,7 @@
 
 namespace {
 
+using brindlemoss::rules::most_learned_units;
 using brindlemoss::rules::unpack_failed;
 using replay::internet::message2::part;
 using replay::registry2::text_list;
@@ -182,6 +183,15 @@ TEST_F(rules_sender_trusted, takes_a_message_to_a_hundred_thousand) {
     trusted_.increase_trust_of_recipients(part(header + "\n\n"));
     EXPECT_EQ(entries().size(), 100'000u);
     EXPECT_EQ(entries().back(), u"\t9@x\t2\t1700000000");
+}
+
+TEST_F(rules_sender_trusted, learns_nobody_of_a_message_who_would_make_the_list_huge) {
+    const string rest(most_learned_units - 6, 'a');  // beside a name of 2 and "@x.y"
+    const part message("To: me <" + rest + "@x.y>, I am <" + rest + "@x.z>, b@x\n\ntext\n");
+    trusted_.increase_trust_of_recipients(message);
+    const std::u16string wide(rest.begin(), rest.end());
+    EXPECT_THAT(entries(),
+                ElementsAre(u"\tb@x\t1\t1700000000", u"me\t" + wide + u"@x.y\t1\t1700000000"));
 }
 
 TEST_F(rules_sender_trusted, loses_no_step_of_two_processes) {
