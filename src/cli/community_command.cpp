@@ -24,7 +24,7 @@ using action = community_options::action;
 namespace {
 
 community_settings named_servers() {
-    const community_settings settings = read_community_settings();
+    community_settings settings = read_community_settings();
     if (settings.is_named()) return settings;
     throw refusal("no server is named: 'brindlemoss community use HOST' names one");
 }

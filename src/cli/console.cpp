@@ -59,6 +59,7 @@ void catch_interrupts() {
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     ::sigaction(SIGINT, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is an error of the write
+    std::signal(SIGXFSZ, SIG_IGN);  // so is a file that may not grow
 }
 
 obey_interrupts::obey_interrupts() {

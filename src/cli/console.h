@@ -34,7 +34,8 @@ void complain(std::string_view message);
 // visible.
 std::string printable(std::string_view utf8);
 
-// From now on Ctrl-C sets a mark that interrupted() tells; a second one ends the program.
+// From now on Ctrl-C sets a mark that interrupted() tells; a second one ends the program. A pipe
+// that is closed or a file that may not grow is an error of the write and does not end it.
 void catch_interrupts();
 bool interrupted();
 

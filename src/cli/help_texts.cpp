@@ -63,8 +63,9 @@ private:
     std::optional<std::string> nearest(const std::vector<std::string>& path,
                                        const std::string& name) const {
         for (std::size_t count = path.size();; --count) {
-            const std::string command = joined(path, count);
-            if (auto text = source_(count == 0 ? name : command + " " + name)) return text;
+            std::string full_name = joined(path, count);
+            if (count > 0) full_name += ' ';
+            if (auto text = source_(full_name += name)) return text;
             if (count == 0) return std::nullopt;
         }
     }

@@ -63,12 +63,12 @@ target target_of(const registry_options& options) {
             path_of(options.key)};
 }
 
-std::string quoted(std::u16string_view name) {
+std::string in_quotes(std::u16string_view name) {
     return "'" + printable(utf8_of(name)) + "'";
 }
 
 std::string key_text(const target& where) {
-    return where.path.empty() ? "the root" : "the key " + quoted(where.path);
+    return where.path.empty() ? "the root" : "the key " + in_quotes(where.path);
 }
 
 using key_pointer = std::unique_ptr<const registry::key>;
@@ -76,14 +76,14 @@ using key_pointer = std::unique_ptr<const registry::key>;
 // nullptr only for a root that nothing has been written to.
 key_pointer open_or_empty_root(const target& where) {
     key_pointer key = open_existing(where.root, full_path(where.path));
-    if (!key && !where.path.empty()) throw refusal("there is no key " + quoted(where.path));
+    if (!key && !where.path.empty()) throw refusal("there is no key " + in_quotes(where.path));
     return key;
 }
 
 stored_value existing_value(const target& where, std::u16string_view name) {
     const key_pointer key = open_or_empty_root(where);
     const std::optional<stored_value> value = key ? key->get_raw(name) : std::nullopt;
-    if (!value) throw refusal("there is no value " + quoted(name) + " in " + key_text(where));
+    if (!value) throw refusal("there is no value " + in_quotes(name) + " in " + key_text(where));
     return *value;
 }
 
@@ -184,7 +184,7 @@ void set(const registry_options& options) {
         registry::key(registry::key(where.root), full_path(where.path), when_missing::create)
             .set_raw(name, value);
     } catch (const unfit_data& error) {
-        throw refusal("the value " + quoted(name) + " stays as it is: " + error.what());
+        throw refusal("the value " + in_quotes(name) + " stays as it is: " + error.what());
     }
 }
 

@@ -189,7 +189,7 @@ int run_score(const score_options& options) {
     progress shown(inputs.size());
     ordered_work<scored_input> work(
         [&](std::size_t index) { return score_input(inputs[index], options); },
-        [&](scored_input scored) {
+        [&](const scored_input& scored) {
             print(scored.lines);
             if (!scored.error.empty()) {
                 flush_output();

@@ -66,12 +66,18 @@ std::string formatted(const char* format, std::va_list arguments) {
 
 enum class copy_outcome { kept, taken, failed };
 
-// Copies to a path at which nothing stands yet. No part of a copy that failed stays behind.
+// Copies to a path at which nothing stands yet. A copy that is not whole never has that name: one
+// that failed is removed, that of a process that was killed goes with the next.
 copy_outcome copy_to_free_path(const std::string& from, const std::string& to) {
     std::error_code error;
     if (exists(std::filesystem::symlink_status(to, error))) return copy_outcome::taken;
-    if (std::filesystem::copy_file(from, to, error)) return copy_outcome::kept;
-    std::filesystem::remove(to, error);
+    const std::string part = from + ".part";
+    std::filesystem::remove(part, error);
+    if (std::filesystem::copy_file(from, part, error)) {
+        std::filesystem::rename(part, to, error);
+        if (!error) return copy_outcome::kept;
+    }
+    std::filesystem::remove(part, error);
     return copy_outcome::failed;
 }
 
@@ -111,8 +117,9 @@ void log::console::write(std::int32_t, std::string_view prefix, std::string_view
     std::string line;
     line.reserve(prefix.size() + text.size() + 1);
     line.append(prefix).append(text).append("\n");
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fflush(stdout);
+    // Nobody can be told of a console that is gone.
+    static_cast<void>(std::fwrite(line.data(), 1, line.size(), stdout));
+    static_cast<void>(std::fflush(stdout));
 }
 
 log::proxy::proxy(log& target, std::string text) : target_(target), text_(std::move(text)) {}

@@ -58,7 +58,7 @@ std::vector<platform::initial_entry> machine_tree() {
 
 // The machine's own file if it may be read or can be made, otherwise one in the user's folder.
 std::string machine_store_file() {
-    const std::string file = paths::machine() + machine_file;
+    std::string file = paths::machine() + machine_file;
     if (::access(file.c_str(), R_OK) == 0) return file;
     try {
         paths::make_machine();

@@ -99,11 +99,14 @@ std::vector<char*> pointers_to(const std::vector<std::string>& arguments) {
 
 // In a process that was forked off one with other threads: only calls that are safe there.
 [[noreturn]] void become_program(char* const* arguments, const char* folder, int failure_end) {
+    // NOLINTBEGIN(concurrency-mt-unsafe): this process has no thread but its own
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
     ::signal(SIGPIPE, SIG_DFL);
+    ::signal(SIGXFSZ, SIG_DFL);
     ::signal(SIGCHLD, SIG_DFL);
+    // NOLINTEND(concurrency-mt-unsafe)
     const int nowhere = ::open("/dev/null", O_RDWR);
     if (::chdir(folder) == 0 && nowhere >= 0 && ::dup2(nowhere, STDIN_FILENO) >= 0 &&
         ::dup2(nowhere, STDOUT_FILENO) >= 0 && ::dup2(nowhere, STDERR_FILENO) >= 0 &&

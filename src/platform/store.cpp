@@ -116,12 +116,17 @@ void store::remember(std::string_view key, std::int64_t id) {
     key_ids_.insert_or_assign(std::string(key), id);
 }
 
+// That a file cannot be opened at all is for the one to tell who made the store.
 store_connection& store::ready_connection() {
     if (connection_ && connection_->moved()) forget_connection();
-    if (!connection_) {
+    if (connection_) return *connection_;
+    try {
         connection_ = open_store(file_, options_);
-        ++openings_;
+    } catch (const store_error& error) {
+        if (openings_ > 0) tell_once(error.what());
+        throw;
     }
+    ++openings_;
     return *connection_;
 }
 
@@ -143,11 +148,15 @@ auto store::attempt(work&& do_work) {
     }
 }
 
-// Once for each fault, not for each message that meets it. Not to be allowed to write is not a
-// fault.
+// Not to be allowed to write is not a fault.
 void store::complain(const store_error& error) {
-    if (error.fault() == store_fault::access_denied || error.what() == last_complaint_) return;
-    last_complaint_ = error.what();
+    if (error.fault() != store_fault::access_denied) tell_once(error.what());
+}
+
+// Once for each fault, not for each message that meets it.
+void store::tell_once(const char* line) {
+    if (line == last_complaint_) return;
+    last_complaint_ = line;
     tell_user(options_.message, last_complaint_);
 }
 

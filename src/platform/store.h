@@ -175,6 +175,7 @@ private:
     void forget_connection();
     void remember(std::string_view key, std::int64_t id);
     void complain(const store_error& error);
+    void tell_once(const char* line);
 
     const std::string file_;
     const store_options options_;

@@ -1,5 +1,8 @@
 #include "platform/store_connection.h"
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <iterator>
 
 namespace replay::platform {
@@ -42,8 +45,37 @@ static_assert(std::size(statement_texts) == static_cast<std::size_t>(query::coun
 
 }  // namespace
 
+namespace {
+
+// The system's reasons for the last failures in the file of the store, in its journal or log, and
+// anywhere.
+std::array<int, 3> system_reasons(sqlite3* handle) {
+    std::array<int, 3> reasons{0, 0, sqlite3_system_errno(handle)};
+    sqlite3_file_control(handle, "main", SQLITE_FCNTL_LAST_ERRNO, &reasons[0]);
+    sqlite3_file* journal = nullptr;
+    sqlite3_file_control(handle, "main", SQLITE_FCNTL_JOURNAL_POINTER, &journal);
+    if (journal != nullptr && journal->pMethods != nullptr) {
+        journal->pMethods->xFileControl(journal, SQLITE_FCNTL_LAST_ERRNO, &reasons[1]);
+    }
+    return reasons;
+}
+
+// SQLite tells a full disk from other failures only in some writes, and a limit that is reached, on
+// the user's share of the disk or on the size of files, in none.
+bool is_disk_full(sqlite3* handle, int code) {
+    if ((code & 0xFF) != SQLITE_IOERR) return false;
+    const std::array<int, 3> reasons = system_reasons(handle);
+    return std::any_of(reasons.begin(), reasons.end(), [](int reason) {
+        return reason == ENOSPC || reason == EDQUOT || reason == EFBIG;
+    });
+}
+
+}  // namespace
+
 sqlite_failure failure_of(sqlite3* handle, int code) {
-    return {code, handle != nullptr ? sqlite3_errmsg(handle) : sqlite3_errstr(code)};
+    if (handle == nullptr) return {code, sqlite3_errstr(code)};
+    if (is_disk_full(handle, code)) return {SQLITE_FULL, sqlite3_errstr(SQLITE_FULL)};
+    return {code, sqlite3_errmsg(handle)};
 }
 
 bool sqlite_failure::damage() const noexcept {

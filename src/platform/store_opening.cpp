@@ -119,20 +119,24 @@ std::string aside_name(const std::string& file) {
     return name;
 }
 
+[[noreturn]] void fail_to_set_aside(const std::string& file, const std::string& why) {
+    throw store_error(store_fault::damaged,
+                      file + " is damaged and cannot be set aside (" + why + ")");
+}
+
 // The store file goes last: would a write-ahead log stay beside a fresh file, it would be played
 // into it.
 void set_aside(const std::string& file, const std::string& why, const store_options& options) {
     const std::string aside = aside_name(file);
     for (const char* companion : companions) {
         const std::string from = file + companion;
-        if (::rename(from.c_str(), (aside + companion).c_str()) != 0 && errno != ENOENT) {
-            throw store_error(store_fault::damaged,
-                              file + " is damaged and cannot be set aside (" + why + ")");
+        const std::string to = aside + companion;
+        if (::rename(from.c_str(), to.c_str()) != 0 && errno != ENOENT) {
+            fail_to_set_aside(file, why);
         }
     }
     if (::rename(file.c_str(), aside.c_str()) != 0 && errno != ENOENT) {
-        throw store_error(store_fault::damaged,
-                          file + " is damaged and cannot be set aside (" + why + ")");
+        fail_to_set_aside(file, why);
     }
     tell_user(options.message, "the store " + file + " is damaged (" + why +
                                    "); it was set aside as " + aside + " and a new one begun");

@@ -129,6 +129,8 @@ TEST(community_command, takes_several_servers_and_refuses_what_is_none) {
         SCOPED_TRACE(wrong);
         home.refused({"community", "use", "good.example", wrong});
     }
+    const string host(253, 'a');
+    home.refused({"community", "use", host + "a"});
     home.refused({"community", "use"});
     home.refused({"community", "use", "a", "--none"});
     EXPECT_EQ(home.done({"registry", "get", "--machine", "Community", "Server"}),
@@ -136,7 +138,7 @@ TEST(community_command, takes_several_servers_and_refuses_what_is_none) {
     EXPECT_EQ(home.done({"registry", "get", "--machine", "Community", "Refresh"}), "3600\n");
 
     home.done({"registry", "set", "--machine", "Community", "Refresh", "60"});
-    home.done({"community", "use", "b.example"});
+    home.done({"community", "use", "b.example", host});
     EXPECT_EQ(home.done({"registry", "get", "--machine", "Community", "Refresh"}), "60\n");
 }
 

@@ -128,7 +128,7 @@ TEST(program, many_jobs_print_the_lines_of_one) {
         const string path = folder.file("in/" + std::to_string(1000 + i), kind.raw + padding);
         expected += scored(path, kind.rating, kind.decision);
     }
-    for (const char* jobs : {"1", "4"}) {
+    for (const char* jobs : {"1", "4", "256"}) {
         SCOPED_TRACE(jobs);
         expect_done(run_program({"score", "--json", "--jobs", jobs, folder.path("in")}), expected);
         const program_result closed =
@@ -202,6 +202,7 @@ TEST(program, wrong_usage) {
         {"score", "--json"},
         {"score", "--nonsense", good},
         {"score", "--jobs", "0", good},
+        {"score", "--jobs", "257", good},
         {"score", "--jobs", "-1", good},
         {"score", "--jobs", "many", good},
         {"score", good, "--jobs"},

@@ -245,6 +245,8 @@ TEST(registry_command, imports_all_or_nothing) {
         {"a name with a path", R"({"key":"A","keys":[{"key":"a\\b"}]})", "keys[0].key"},
         {"no name", R"({"key":"A","keys":[{"key":""}]})", "keys[0].key"},
         {"a long name", R"({"key":"A","keys":[{"key":")" + string(256, 'k') + "\"}]}", "too long"},
+        {"a long name of a value",
+         with_value(R"("type":"text","data":"","name":")" + string(16'384, 'v') + '"'), "too long"},
         {"an unknown type", with_value(R"("name":"n","type":"word","data":1)"),
          "keys[0].values[0].type"},
         {"no data", with_value(R"("name":"n","type":"text")"), "no \"data\""},
@@ -293,6 +295,23 @@ TEST(registry_command, wrong_usage) {
         EXPECT_EQ(result.out, "");
         EXPECT_NE(result.err, "");
     }
+}
+
+TEST(registry_command, imports_as_much_as_a_store_takes) {
+    const kept_home home;
+    const string deepest = nested_keys(510);  // below the two keys of the program's root
+    const string longest = R"({"key":")" + string(255, 'k') + R"(","values":[{"name":")" +
+                           string(16'383, 'v') + R"(","type":"integer","data":7}]})";
+    EXPECT_EQ(home.run({"registry", "import", "-"}, deepest).code, 0);
+    EXPECT_EQ(home.run({"registry", "import", "-"}, longest).code, 0);
+    EXPECT_EQ(home.done({"registry", "get", string(255, 'k'), string(16'383, 'v')}), "7\n");
+
+    const std::size_t most = std::size_t{128} << 20;
+    const string blanks(most - longest.size(), ' ');
+    const string largest = home.folder().file("largest.json", longest + blanks);
+    home.done({"registry", "import", largest});
+    const string larger = home.folder().file("larger.json", longest + blanks + ' ');
+    EXPECT_THAT(home.refused({"registry", "import", larger}), HasSubstr("too large"));
 }
 
 TEST(stats_command, prints_every_counter_of_the_table) {

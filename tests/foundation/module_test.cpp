@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -97,6 +98,25 @@ TEST_F(module_test, writes_the_banner_and_arms_with_the_name_of_the_host) {
     EXPECT_EQ(log_text(), banner("4.2.1 \xC3\xA6", "/opt/Mail Client/Mail"));
     EXPECT_THAT(armed_stems_, ElementsAre(folder_.path("Dumps/Mail")));
     EXPECT_TRUE(std::filesystem::is_directory(folder_.path("Dumps")));
+}
+
+TEST_F(module_test, keeps_a_megabyte_of_log_and_as_much_of_what_was_before) {
+    constexpr std::size_t full = 1 << 20;
+    const std::string head = banner("", "/bin/mail");
+    const std::string path =
+        folder_.file("Logs/Core.log.txt", std::string(full - head.size(), 'x'));
+    module loaded(surroundings("/bin/mail"));
+    loaded.load(armed_by::library);
+    const std::string filled = log_text();
+    EXPECT_EQ(filled.size(), full);
+    EXPECT_FALSE(std::filesystem::exists(folder_.path("Logs/Core.1.log.txt")));
+    for (const std::string& before : {filled, std::string(full, 'y')}) {
+        std::ofstream(path, std::ios::binary) << before;
+        loaded.main_log().write(1, "next");
+        EXPECT_EQ(log_text(), line(' ', "next"));
+        EXPECT_EQ(folder_.read("Logs/Core.1.log.txt"), before);
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder_.path("Logs/Core.2.log.txt")));
 }
 
 TEST_F(module_test, reads_its_settings_without_writing_them_back) {

@@ -185,10 +185,13 @@ TEST(process_lock, any_name_gives_a_file_in_the_folder) {
         EXPECT_EQ(lock.path(), folder.path(row.file_name));
         EXPECT_TRUE(lock.spans_processes());
     }
-    const process_lock one(folder.path(), std::string(5000, 'n') + "1");
-    const process_lock two(folder.path(), std::string(5000, 'n') + "2");
-    EXPECT_TRUE(one.spans_processes());
-    EXPECT_NE(one.path(), two.path());
+    for (const std::size_t size : {200u, 5000u}) {
+        const process_lock one(folder.path(), std::string(size, 'n') + "1");
+        const process_lock two(folder.path(), std::string(size, 'n') + "2");
+        EXPECT_TRUE(one.spans_processes());
+        EXPECT_NE(one.path(), two.path());
+        EXPECT_EQ(one.path().find(folder.path(at_the_limit) + "-"), 0u);
+    }
 }
 
 }  // namespace

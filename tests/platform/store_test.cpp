@@ -179,6 +179,19 @@ TEST(store, refuses_names_that_are_none) {
     EXPECT_EQ(fault_of([&] { tree.create_key(deep + "\\d"); }), store_fault::invalid_parameter);
 }
 
+TEST(store, refuses_a_value_that_no_store_can_hold) {
+    const temporary_folder folder;
+    store tree(folder.path(file_name), quiet());
+    tree.create_key("a");
+    constexpr std::size_t most_of_a_row = std::size_t{256} << 20;
+    stored_value value = binary(std::string(most_of_a_row - 100, 'x'));
+    EXPECT_EQ(fault_of([&] { tree.write("a", "large", value); }), std::nullopt);
+    tree.write("a", "v", binary("1"));
+    value.bytes.append(100, 'x');
+    EXPECT_EQ(fault_of([&] { tree.write("a", "v", value); }), store_fault::invalid_parameter);
+    EXPECT_EQ(tree.read("a", "v").value, binary("1"));
+}
+
 TEST(store, removes_keys_without_keys_below_them) {
     const temporary_folder folder;
     store tree(folder.path(file_name), quiet());
