@@ -86,10 +86,10 @@ public:
 };
 
 struct transfer_limits {
-    std::uint32_t silence = 30'000;            // milliseconds
-    std::size_t header_lines = 1000;           // of a response with its interim ones; more throws
-    std::size_t body_size = 64 * 1024 * 1024;  // invalid_response, as does a larger body
-    int redirects = 100;                       // more throw generic
+    std::uint32_t silence = 30'000;              // milliseconds
+    std::size_t header_lines = 1000;             // of a response with its interim ones; more throws
+    std::size_t body_size = 64UL * 1024 * 1024;  // invalid_response, as does a larger body
+    int redirects = 100;                         // more throw generic
 
     // For all of the transfer, redirects included; 0: without end. More throws socket::timeout,
     // which may be late by socket::stream::watch_interval, and by the time that the name of a host

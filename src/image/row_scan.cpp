@@ -56,9 +56,10 @@ row_scanner::row_scanner(const text_engine& engine)
       first_(std::max(engine.crop.left - reach, 0)),
       last_(std::min(engine.crop.right + reach, engine.width - 2)) {
     const auto columns = static_cast<std::size_t>(columns_);
-    gradient_.resize(columns + 2 * reach);
+    const std::size_t padded = columns + std::size_t{2} * reach;
+    gradient_.resize(padded);
     for (auto* extremes : {&low_3_, &high_3_, &low_7_, &high_7_}) {
-        extremes->resize(columns + 2 * reach);
+        extremes->resize(padded);
     }
     active_.resize(columns);
     marks_.resize(columns);

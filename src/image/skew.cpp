@@ -203,7 +203,8 @@ void correct_rows(text_engine& engine, std::int32_t middle) {
 
 rect grown_crop(const text_engine& engine) {
     const auto growth = [&](std::int64_t length) {
-        const double wanted = std::abs(engine.slope) * static_cast<double>(length / 2) + 0.5;
+        const std::int64_t half = length / 2;
+        const double wanted = std::abs(engine.slope) * static_cast<double>(half) + 0.5;
         const double most = static_cast<double>(std::max(engine.width, engine.height));
         return static_cast<std::int32_t>(std::min(wanted, most));
     };

@@ -30,6 +30,7 @@ void report_rows(const text_engine& engine, std::string_view label, const rect& 
                  const std::vector<row_range>& rows) {
     if (!engine.checkpoint.wanted()) return;
     std::vector<rect> parts;
+    parts.reserve(rows.size());
     for (const row_range& each : rows) parts.push_back(part_of(line, each));
     engine.checkpoint(label, parts);
 }

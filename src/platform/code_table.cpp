@@ -34,11 +34,7 @@ void code_table::fill_sequences(const sequence_map& map, const preference& prefe
         const char16_t unit = map[sequence];
         if (unit == undefined || (index > 0xFF && singles_[index >> 8] != lead_byte)) continue;
         std::uint16_t& slot = sequence_slot(unit);
-        if (slot == no_sequence) {
-            slot = sequence;
-        } else if (preferred && preferred(unit) == sequence) {
-            slot = sequence;
-        }
+        if (slot == no_sequence || (preferred && preferred(unit) == sequence)) slot = sequence;
     }
 }
 

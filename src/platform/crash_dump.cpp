@@ -209,6 +209,7 @@ private:
         const iovec to{words_.data(), sizeof words_};
         // Split at the pages: of one piece the system gives all or nothing.
         const std::size_t page_left = page - (next_ & (page - 1));
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): it came out of a register, a number
         const iovec from{reinterpret_cast<void*>(next_), std::min(page_left, sizeof words_)};
         const ssize_t size = ::process_vm_readv(::getpid(), &to, 1, &from, 1, 0);
         count_ = size > 0 ? static_cast<std::size_t>(size) / word_size : 0;

@@ -12,7 +12,7 @@ namespace replay::platform {
 
 namespace {
 
-constexpr std::size_t chunk_size = 64 * 1024;
+constexpr std::size_t chunk_size = std::size_t{64} * 1024;
 
 class descriptor_owner {
 public:

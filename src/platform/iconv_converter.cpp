@@ -19,6 +19,7 @@ iconv_converter::~iconv_converter() {
 }
 
 bool iconv_converter::is_open() const {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): iconv_open()'s own sign of a failure
     return converter_ != reinterpret_cast<iconv_t>(-1);
 }
 

@@ -7,6 +7,7 @@
 #include <unicode/uversion.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <iterator>
 
@@ -18,7 +19,7 @@ namespace {
 // ICU's headers rename its functions to names with its version in them, as its file has them.
 #define TEXT_OF(name) TEXT_AS_IT_STANDS(name)
 #define TEXT_AS_IT_STANDS(name) #name
-#define FUNCTION(name) file.symbol<decltype(&name)>(TEXT_OF(name))
+#define FUNCTION(name) file.symbol<decltype(&(name))>(TEXT_OF(name))
 
 struct icu_library {
     shared_library file{"libicuuc.so." U_ICU_VERSION_SHORT};
@@ -77,6 +78,25 @@ void U_CALLCONV narrow_error(const void* replace, UConverterFromUnicodeArgs* arg
     const char16_t* question_mark = u"?";
     *error = U_ZERO_ERROR;
     icu().write_from_wide(arguments, &question_mark, question_mark + 1, 0, error);
+}
+
+// What the bytes of one character, or of little more, are.
+struct few_units {
+    std::array<char16_t, 8> room;
+    std::ptrdiff_t size = 0;
+    UErrorCode error = U_ZERO_ERROR;
+};
+
+few_units decode_few(UConverter* converter, std::string_view bytes) {
+    few_units found;
+    char16_t* const begin = found.room.data();
+    char16_t* to = begin;
+    const char* from = bytes.data();
+    icu().to_wide(converter, &to, begin + found.room.size(), &from, from + bytes.size(), nullptr,
+                  true, &found.error);
+    icu().reset(converter);
+    found.size = to - begin;
+    return found;
 }
 
 }  // namespace
@@ -157,27 +177,14 @@ conversion_status icu_converter::encode(std::u16string_view wide, on_error mode,
 
 bool icu_converter::is_cut_short(std::string_view bytes) {
     set_mode(on_error::stop);
-    char16_t room[8];
-    char16_t* to = room;
-    const char* from = bytes.data();
-    UErrorCode error = U_ZERO_ERROR;
-    icu().to_wide(converter_, &to, std::end(room), &from, from + bytes.size(), nullptr, true,
-                  &error);
-    icu().reset(converter_);
-    return error == U_TRUNCATED_CHAR_FOUND;
+    return decode_few(converter_, bytes).error == U_TRUNCATED_CHAR_FOUND;
 }
 
 std::optional<char16_t> icu_converter::decode_one(std::string_view bytes) {
     set_mode(on_error::stop);
-    char16_t room[8];
-    char16_t* to = room;
-    const char* from = bytes.data();
-    UErrorCode error = U_ZERO_ERROR;
-    icu().to_wide(converter_, &to, std::end(room), &from, from + bytes.size(), nullptr, true,
-                  &error);
-    icu().reset(converter_);
-    if (U_FAILURE(error) || to != room + 1) return std::nullopt;
-    return room[0];
+    const few_units found = decode_few(converter_, bytes);
+    if (U_FAILURE(found.error) || found.size != 1) return std::nullopt;
+    return found.room[0];
 }
 
 int icu_converter::longest_character() const {

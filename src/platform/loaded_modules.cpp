@@ -33,7 +33,7 @@ std::size_t round_up(std::size_t size, std::size_t alignment) {
 // The build id in a segment of notes (ELF, generic ABI, chapter 5): each a header, a name and a
 // content, both filled up to the alignment.
 std::string build_id_in(std::string_view notes, std::size_t alignment) {
-    constexpr std::string_view owner("GNU", 4);
+    constexpr std::string_view owner("GNU\0", 4);
     ElfW(Nhdr) header;
     while (notes.size() >= sizeof header) {
         std::memcpy(&header, notes.data(), sizeof header);
@@ -58,6 +58,7 @@ loaded_module module_of(const dl_phdr_info& info) {
             found.code_end = std::max<std::uintptr_t>(found.code_end, begin + segment.p_memsz);
         }
         if (segment.p_type == PT_NOTE && found.build_id.empty()) {
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader tells addresses as numbers
             found.build_id = build_id_in({reinterpret_cast<const char*>(begin), segment.p_memsz},
                                          segment.p_align == 8 ? 8 : 4);
         }

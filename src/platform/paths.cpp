@@ -38,7 +38,7 @@ std::string registered_home() {
     std::array<char, 4096> buffer;
     passwd entry{};
     passwd* found = nullptr;
-    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0) return "/";
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "/";
 }
 
@@ -91,8 +91,9 @@ std::mutex place_mutex;
 // which getenv() does not bear. Never destroyed: threads of a host may ask until the very end. Call
 // it with the mutex held.
 places& known_places() {
-    static places& known =
-        *new places(places_of([](const char* name) -> const char* { return std::getenv(name); }));
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): hence the first use only
+    const auto variable = [](const char* name) -> const char* { return std::getenv(name); };
+    static places& known = *new places(places_of(variable));
     return known;
 }
 

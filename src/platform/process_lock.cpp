@@ -49,8 +49,9 @@ int open_lock_file(const std::string& path) {
     if (path.find('/') == std::string::npos) return -1;
     constexpr int flags = O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK;
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | flags, 0600);
+    if (descriptor >= 0) return descriptor;
     // A file of somebody else's that may only be read can be locked all the same.
-    return descriptor >= 0 ? descriptor : ::open(path.c_str(), O_RDONLY | flags);
+    return ::open(path.c_str(), O_RDONLY | flags);
 }
 
 bool lock_file(int descriptor) {

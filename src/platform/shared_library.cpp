@@ -7,6 +7,7 @@ namespace replay::platform {
 namespace {
 
 [[noreturn]] void throw_failure() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the loader of glibc keeps one text a thread
     const char* const words = ::dlerror();
     throw shared_library::failure(words != nullptr ? words : "unknown failure of the loader");
 }

@@ -83,15 +83,21 @@ char32_t take_sequence(const byte*& from, const byte* end) {
     return character;
 }
 
+// What is ASCII at the beginning, and past it on both sides.
+template <typename From, typename To>
+void copy_ascii(const From*& from, const From* end, To*& to) {
+    while (static_cast<std::size_t>(end - from) >= block && is_ascii_block(from)) {
+        copy_ascii_block(from, to);
+        from += block;
+        to += block;
+    }
+    while (from != end && *from < 0x80) *to++ = static_cast<To>(*from++);
+}
+
 char16_t* decode_to(const byte* from, const byte* end, on_error mode, char16_t* to) {
     while (from != end) {
         if (*from < 0x80) {
-            while (static_cast<std::size_t>(end - from) >= block && is_ascii_block(from)) {
-                copy_ascii_block(from, to);
-                from += block;
-                to += block;
-            }
-            while (from != end && *from < 0x80) *to++ = *from++;
+            copy_ascii(from, end, to);
             continue;
         }
         const char32_t character = take_sequence(from, end);
@@ -135,12 +141,7 @@ char* put(char32_t character, char* to) {
 char* encode_to(const char16_t* from, const char16_t* end, on_error mode, char* to) {
     while (from != end) {
         if (*from < 0x80) {
-            while (static_cast<std::size_t>(end - from) >= block && is_ascii_block(from)) {
-                copy_ascii_block(from, to);
-                from += block;
-                to += block;
-            }
-            while (from != end && *from < 0x80) *to++ = static_cast<char>(*from++);
+            copy_ascii(from, end, to);
             continue;
         }
         char32_t character = take_character(from, end);

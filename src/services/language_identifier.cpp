@@ -86,7 +86,7 @@ sample sample_of(std::u16string_view text) {
     return taken;
 }
 
-const numbered_language* language_of(std::string tag, const sample& taken) {
+const numbered_language* language_of(const std::string& tag, const sample& taken) {
     const bool is_cyrillic_text = taken.cyrillic_letters * 2 > taken.letters;
     const std::string with_script = tag + (is_cyrillic_text ? "-Cyrl" : "-Latn");
     const numbered_language* const found = language_of_tag(with_script);
