@@ -7,20 +7,17 @@
 #include <benchmark/benchmark.h>
 #include <gmime/gmime.h>
 
-#include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "message/lines.h"
 #include "message/part.h"
+#include "message_shapes.h"
 #include "support.h"
 
 namespace {
 
-using brindlemoss::benchmarks::allocation_count;
-using brindlemoss::benchmarks::corpus;
-using brindlemoss::benchmarks::loaded_corpus;
+using namespace brindlemoss::benchmarks;
 using replay::internet::message2::line_reader;
 using replay::internet::message2::part;
 
@@ -28,20 +25,6 @@ std::size_t body_bytes(const part& item) {
     std::size_t bytes = item.body.size();
     for (const part& child : item.children) bytes += body_bytes(child);
     return bytes;
-}
-
-template <typename work>
-void run_on_corpus(benchmark::State& state, work do_work) {
-    const corpus& mails = loaded_corpus();
-    const std::size_t before = allocation_count();
-    for (auto _ : state) {
-        for (const std::string& mail : mails.mails) benchmark::DoNotOptimize(do_work(mail));
-    }
-    const double messages = static_cast<double>(state.iterations() * mails.mails.size());
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * mails.bytes));
-    state.SetItemsProcessed(static_cast<std::int64_t>(messages));
-    state.counters["allocations_per_message"] =
-        static_cast<double>(allocation_count() - before) / messages;
 }
 
 void corpus_line_scan(benchmark::State& state) {
@@ -98,68 +81,29 @@ void corpus_parse_gmime(benchmark::State& state) {
 }
 BENCHMARK(corpus_parse_gmime);
 
-std::string filled(std::string text, std::string_view with, std::size_t size) {
-    text.reserve(size + with.size());
-    while (text.size() < size) text += with;
-    return text;
-}
-
-std::string nested_multiparts(std::size_t size) {
-    std::string text;
-    std::string boundary = "b";
-    for (int depth = 0; depth < 63; ++depth) {
-        text +=
-            "Content-Type: multipart/mixed; boundary=\"" + boundary + "\"\n\n--" + boundary + "\n";
-        boundary += 'b';
+void add_shapes() {
+    for (const mail_shape& shape : message_shapes()) {
+        const std::string name = std::string("worst_shape/") + shape.name;
+        benchmark::RegisterBenchmark(name.c_str(),
+                                     [&shape](benchmark::State& state) {
+                                         run_on_shape(state, shape, [](const std::string& mail) {
+                                             return part(mail).children.size();
+                                         });
+                                     })
+            ->Arg(1)
+            ->Arg(4)
+            ->Arg(16)
+            ->Arg(64)
+            ->Unit(benchmark::kMillisecond);
     }
-    return filled(text + "\n", "--" + std::string(70, 'b') + "\n", size);
 }
-
-std::string distinct_headers(std::size_t size) {
-    std::string text;
-    for (std::size_t i = 0; text.size() < size; ++i) text += "X" + std::to_string(i) + ": v\n";
-    return text;
-}
-
-struct shape {
-    const char* name;
-    std::string (*make)(std::size_t size);
-};
-
-const shape shapes[] = {
-    {"one_long_line",
-     [](std::size_t size) { return std::string("A: b\n\n") + std::string(size, 'x'); }},
-    {"one_long_header", [](std::size_t size) { return "A: " + std::string(size, 'x'); }},
-    {"only_line_ends", [](std::size_t size) { return std::string(size, '\n'); }},
-    {"only_carriage_returns", [](std::size_t size) { return std::string(size, '\r'); }},
-    {"nested_multiparts", nested_multiparts},
-    {"header_lines", distinct_headers},
-    {"folded_header", [](std::size_t size) { return filled("A: b\n", " c\n", size); }},
-    {"folded_content_type",
-     [](std::size_t size) { return filled("Content-Type: text/plain\n", " ;a=b\n", size); }},
-    {"begin_lines", [](std::size_t size) { return filled("A: b\n\n", "begin 644 x\n", size); }},
-    {"empty_parts",
-     [](std::size_t size) { return filled("Content-Type: a/b; boundary=b\n\n", "--b\n", size); }},
-};
-
-void worst_shape(benchmark::State& state) {
-    const shape& chosen = shapes[state.range(0)];
-    const std::string mail = chosen.make(static_cast<std::size_t>(state.range(1)) << 20);
-    state.SetLabel(chosen.name);
-    for (auto _ : state) {
-        part message(mail);
-        benchmark::DoNotOptimize(message.children.size());
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * mail.size()));
-}
-BENCHMARK(worst_shape)
-    ->ArgsProduct({benchmark::CreateDenseRange(0, std::size(shapes) - 1, 1), {1, 2, 4, 16, 64}})
-    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
 int main(int argument_count, char** arguments) {
+    keep_memory();
     g_mime_init();
+    add_shapes();
     benchmark::Initialize(&argument_count, arguments);
     if (benchmark::ReportUnrecognizedArguments(argument_count, arguments)) return 2;
     benchmark::RunSpecifiedBenchmarks();

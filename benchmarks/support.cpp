@@ -1,6 +1,7 @@
 #include "support.h"
 
-#include <atomic>
+#include <malloc.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -10,12 +11,13 @@
 
 namespace {
 
-std::atomic<std::size_t> allocations{0};
+thread_local brindlemoss::benchmarks::allocation_tally tally;
 
 }  // namespace
 
 void* operator new(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
+    ++tally.calls;
+    tally.bytes += size;
     if (void* memory = std::malloc(size)) return memory;
     throw std::bad_alloc();
 }
@@ -56,6 +58,10 @@ const corpus& loaded_corpus() {
     return loaded;
 }
 
+allocation_tally allocated() {
+    return tally;
+}
+
 std::u16string repeated(std::u16string_view piece, std::size_t units) {
     std::u16string text;
     text.reserve(units + piece.size());
@@ -63,8 +69,23 @@ std::u16string repeated(std::u16string_view piece, std::size_t units) {
     return text;
 }
 
-std::size_t allocation_count() {
-    return allocations;
+std::string filled(std::string text, std::string_view piece, std::size_t size) {
+    text.reserve(size + piece.size());
+    while (text.size() < size) text += piece;
+    return text;
+}
+
+std::string numbered(std::string text, std::string_view piece, std::size_t size) {
+    text.reserve(size + piece.size() + 30);
+    for (std::size_t i = 0; text.size() < size; ++i) {
+        text.append(piece).append(std::to_string(i)).append(" ");
+    }
+    return text;
+}
+
+void keep_memory() {
+    ::mallopt(M_MMAP_MAX, 0);
+    ::mallopt(M_TRIM_THRESHOLD, -1);
 }
 
 }  // namespace brindlemoss::benchmarks
