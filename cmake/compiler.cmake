@@ -24,4 +24,13 @@ if(BRINDLEMOSS_SANITIZE)
   if(BRINDLEMOSS_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
   endif()
+else()
+  # What a fault of memory that is in there after all can be used for: as little as possible. The
+  # fortified functions of the C library need an optimizer.
+  add_compile_options(-fstack-protector-strong -fstack-clash-protection
+    $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+    $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=3>)
+  add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
+  include(CheckPIESupported)
+  check_pie_supported(LANGUAGES CXX)
 endif()

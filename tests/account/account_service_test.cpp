@@ -168,6 +168,21 @@ TEST_F(account_service_test, sends_the_account_and_never_logs_its_password) {
                                 "]' while processing '" + second_.url(shown) + "'"));
 }
 
+TEST_F(account_service_test, logs_the_beginning_of_long_pages_and_names) {
+    namespace translate = replay::coding::translate;
+    const std::string longest_page(65'536, 'p');
+    const std::string longest_name(1024, 'n');
+    first_.serve({answer(longest_page, "500 No"), answer(longest_page + '!', "500 No")});
+    second_.serve({answer("", "500 No"), answer("", "500 No")});
+    for (const char* const more : {"", "!"}) {
+        SCOPED_TRACE(more);
+        EXPECT_FALSE(service().create(longest_name + more, "secret"));
+        const auto shown = HasSubstr("&U=" + longest_name + "&P=");
+        const std::string page = translate::base64_encode(longest_page, translate::padding::pad);
+        EXPECT_THAT(log_.take(), ElementsAre(shown, "3 Output: " + page, shown, "3 Output: "));
+    }
+}
+
 TEST_F(account_service_test, sends_no_password_without_an_account) {
     user().set_text(u"Password", u"0123");
     first_.serve({answer(document("x"))});

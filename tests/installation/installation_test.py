@@ -135,6 +135,28 @@ class Surface(Installed):
             self.assertIn(kind + surface + "object", shown)
 
 
+class Hardening(Installed):
+    def binaries(self):
+        return self.program, self.libraries / "libbrindlemoss.so"
+
+    def test_what_is_loaded_cannot_be_written_over(self):
+        for binary in self.binaries():
+            shape = run("readelf", "--file-header", "--program-headers", "--dynamic", "--wide", binary)
+            self.assertRegex(shape, r"Type: +DYN", binary)
+            self.assertRegex(shape, r"GNU_RELRO", binary)
+            self.assertRegex(shape, r"FLAGS_1\).*\bNOW\b", binary)
+            self.assertRegex(shape, r"GNU_STACK.* RW +0x", binary)
+            self.assertNotIn("TEXTREL", shape, binary)
+        self.assertRegex(run("readelf", "--dynamic", "--wide", self.program), r"FLAGS_1\).*\bPIE\b")
+
+    def test_overflows_are_looked_for_where_it_runs(self):
+        for binary in self.binaries():
+            wanted = run("nm", "--dynamic", "--undefined-only", binary)
+            self.assertIn("__stack_chk_fail", wanted, binary)
+            if os.environ["BUILD_TYPE"] != "Debug":
+                self.assertRegex(wanted, r"__(memcpy|snprintf|vsnprintf|read)_chk", binary)
+
+
 class Consumers(Installed):
     def expect_ratings(self, program):
         mails = [EXAMPLES / "gtube.eml", EXAMPLES / "plain-text.eml"]
