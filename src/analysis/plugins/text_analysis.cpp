@@ -1,4 +1,5 @@
 #include "analysis/plugins/text_analysis.h"
+#include "analysis/plugins/folded_words.h"
 
 #include <algorithm>
 #include <iterator>

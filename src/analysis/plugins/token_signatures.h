@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "analysis/plugins/tokens.h"
+#include "analysis/plugins/folded_words.h"
 #include "analysis/record.h"
 
 // Fingerprints of a text by its folded words. Each function adds to the end of the list, in time

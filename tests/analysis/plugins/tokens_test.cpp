@@ -1,4 +1,5 @@
 #include "analysis/plugins/tokens.h"
+#include "analysis/plugins/folded_words.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
