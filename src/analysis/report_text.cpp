@@ -21,13 +21,4 @@ std::u16string number_text(long long number) {
     return widen(std::to_string(number));
 }
 
-std::u16string joined(std::initializer_list<std::u16string_view> pieces) {
-    std::size_t size = 0;
-    for (const std::u16string_view piece : pieces) size += piece.size();
-    std::u16string text;
-    text.reserve(size);
-    for (const std::u16string_view piece : pieces) text.append(piece);
-    return text;
-}
-
 }  // namespace brindlemoss::analysis

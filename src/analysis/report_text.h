@@ -1,8 +1,9 @@
 #pragma once
 
-#include <initializer_list>
 #include <string>
 #include <string_view>
+
+#include "foundation/joined.h"
 
 namespace brindlemoss::analysis {
 
@@ -15,7 +16,6 @@ std::u16string address_text(const void* address);
 // A number in decimal.
 std::u16string number_text(long long number);
 
-// The pieces one behind the other. They are borrowed for the call.
-std::u16string joined(std::initializer_list<std::u16string_view> pieces);
+using replay::joined;
 
 }  // namespace brindlemoss::analysis

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
-#include <initializer_list>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "account/settings_document.h"
 #include "foundation/ascii.h"
 #include "foundation/http.h"
+#include "foundation/joined.h"
 #include "foundation/module.h"
 #include "foundation/process_wide.h"
 #include "foundation/registry.h"
@@ -29,6 +29,7 @@ using account::settings_document;
 using registry::setting_of;
 using registry::tree_key;
 using registry::write_back;
+using replay::joined;
 using replay::internet::message2::part;
 using replay::internet::message2::part_map;
 
@@ -97,15 +98,6 @@ std::size_t end_of_body(std::u16string_view html) {
     };
     const auto found = std::search(html.begin(), html.end(), tag.begin(), tag.end(), is_equal);
     return found == html.end() ? html.npos : static_cast<std::size_t>(found - html.begin());
-}
-
-std::u16string joined(std::initializer_list<std::u16string_view> pieces) {
-    std::size_t size = 0;
-    for (const std::u16string_view piece : pieces) size += piece.size();
-    std::u16string whole;
-    whole.reserve(size);
-    for (const std::u16string_view piece : pieces) whole.append(piece);
-    return whole;
 }
 
 }  // namespace
