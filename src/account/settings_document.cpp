@@ -7,10 +7,13 @@
 #include <vector>
 
 #include "platform/utf8.h"
+#include "platform/wide_search.h"
 
 namespace brindlemoss::account {
 
 namespace {
+
+using replay::platform::find_unit;
 
 constexpr std::size_t npos = std::u16string_view::npos;
 
@@ -20,25 +23,6 @@ constexpr bool is_dropped(char16_t unit) {
 
 constexpr char16_t to_upper(char16_t unit) {
     return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
-}
-
-// As text.find(): a short walk for where signs are close together, then steps that the compiler
-// turns into vector instructions.
-std::size_t find_unit(std::u16string_view text, char16_t unit, std::size_t from) {
-    constexpr std::size_t walk = 8;
-    constexpr std::size_t step = 32;
-    for (const std::size_t end = std::min(text.size(), from + walk); from < end; ++from) {
-        if (text[from] == unit) return from;
-    }
-    for (; text.size() - from >= step; from += step) {
-        const char16_t* const units = text.data() + from;
-        std::uint16_t found = 0;
-        for (std::size_t i = 0; i < step; ++i) {
-            found = static_cast<std::uint16_t>(found | (units[i] == unit ? 1 : 0));
-        }
-        if (found != 0) break;
-    }
-    return text.find(unit, from);
 }
 
 // Behind the next run of `unit`, npos where there is none.

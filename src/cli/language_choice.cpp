@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
+#include <utility>
 
 #include "cli/console.h"
 #include "cli/registry_access.h"
@@ -15,6 +16,8 @@ namespace brindlemoss::cli {
 namespace registry = replay::registry2;
 namespace unicode = replay::unicode;
 using language::numbered_language;
+using registry::line_list;
+using registry::line_views;
 using registry::setting_of;
 using registry::tree_key;
 using services::language_of_entry;
@@ -56,25 +59,27 @@ std::string quoted(std::string_view argument) {
     throw refusal(what + "; 'language list --all' names them all");
 }
 
-bool holds(const registry::text_list& entries, std::uint32_t number) {
-    return std::any_of(entries.begin(), entries.end(), [&](const std::u16string& entry) {
+bool holds(const line_views& entries, std::uint32_t number) {
+    return std::any_of(entries.begin(), entries.end(), [&](std::u16string_view entry) {
         return language_of_entry(entry) == number;
     });
 }
 
-bool add_to(registry::text_list& entries, std::uint32_t number) {
-    if (holds(entries, number)) return false;
+bool add_to(line_list& entries, std::uint32_t number) {
+    if (holds(entries.lines(), number)) return false;
     entries.push_back(unicode::to_wide(std::to_string(number), unicode::byte_for_byte));
     return true;
 }
 
-bool remove_from(registry::text_list& entries, std::uint32_t number) {
-    return std::erase_if(entries, [&](const std::u16string& entry) {
-               return language_of_entry(entry) == number;
-           }) > 0;
+bool remove_from(line_list& entries, std::uint32_t number) {
+    line_views others = entries.lines();
+    const auto removed = std::erase_if(
+        others, [&](std::u16string_view entry) { return language_of_entry(entry) == number; });
+    entries.set_lines(std::move(others));
+    return removed > 0;
 }
 
-bool add_languages(registry::text_list& entries, const std::vector<std::string>& arguments) {
+bool add_languages(line_list& entries, const std::vector<std::string>& arguments) {
     bool changed = false;
     for (const std::string& argument : arguments) {
         for (const std::uint32_t number : languages_of_argument(argument)) {
@@ -84,7 +89,7 @@ bool add_languages(registry::text_list& entries, const std::vector<std::string>&
     return changed;
 }
 
-bool remove_languages(registry::text_list& entries, const std::vector<std::string>& arguments) {
+bool remove_languages(line_list& entries, const std::vector<std::string>& arguments) {
     bool changed = false;
     for (const std::string& argument : arguments) {
         const std::optional<std::uint32_t> number = number_in(argument);
@@ -100,14 +105,14 @@ bool remove_languages(registry::text_list& entries, const std::vector<std::strin
 }
 
 // An empty list accepts all, whatever the mode.
-bool remove_all_but_last(registry::text_list& entries, const std::vector<std::string>& arguments) {
-    if (entries.empty()) {
+bool remove_all_but_last(line_list& entries, const std::vector<std::string>& arguments) {
+    if (entries.lines().empty()) {
         throw refusal(
             std::string("the list of accepted languages is empty, which accepts every language") +
             way_to_refuse);
     }
     const bool changed = remove_languages(entries, arguments);
-    if (entries.empty()) {
+    if (entries.lines().empty()) {
         throw refusal(
             std::string("no accepted language would be left, and an empty list accepts every "
                         "language") +
@@ -157,7 +162,7 @@ void change_languages(language_wish wish, const std::vector<std::string>& argume
     }
     const bool lists_the_wish = (wish == language_wish::refuse) == (mode == refuses_listed);
     registry::at(tree_key::user_language_recognition)
-        .change_multi_text(languages_row.name, [&](registry::text_list& entries) {
+        .change_multi_text(languages_row.name, [&](line_list& entries) {
             if (lists_the_wish) return add_languages(entries, arguments);
             return mode == accepts_only_listed ? remove_all_but_last(entries, arguments)
                                                : remove_languages(entries, arguments);

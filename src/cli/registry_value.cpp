@@ -78,7 +78,7 @@ stored_value list_of(const text_list& lines) {
         if (line.empty()) throw unfit_data("a list cannot hold an empty line");
         if (line.find(u'\0') != line.npos) throw unfit_data("a line cannot hold a NUL");
     }
-    return registry::multi_text_value(lines);
+    return registry::multi_text_value(registry::views_of(lines));
 }
 
 [[noreturn]] void throw_unfit(std::int32_t type) {
@@ -134,7 +134,8 @@ value_data decode(const stored_value& value) {
     } else if (value.type == value_type::multi_text) {
         text_list lines = registry::lines_in(bytes);
         const bool sound = std::all_of(lines.begin(), lines.end(), is_sound);
-        if (sound && registry::multi_text_value(lines).bytes == bytes) return lines;
+        if (sound && registry::multi_text_value(registry::views_of(lines)).bytes == bytes)
+            return lines;
     }
     return plain_bytes{bytes};
 }

@@ -66,8 +66,9 @@ void check_value(std::u16string_view name, const stored_value& value, std::int32
     }
 }
 
-void check_lines(std::u16string_view name, const text_list& lines) {
-    for (const std::u16string& line : lines) {
+template <typename lines>
+void check_lines(std::u16string_view name, const lines& all) {
+    for (const std::u16string& line : all) {
         if (line.empty()) {
             throw value_error("MULTI_SZ may not contain empty lines",
                               static_cast<std::int32_t>(store_fault::invalid_parameter));
@@ -264,11 +265,11 @@ text_list key::get_multi_text(std::u16string_view name, const text_list& otherwi
 
 void key::set_multi_text(std::u16string_view name, const text_list& lines) const {
     check_lines(name, lines);
-    set_raw(name, multi_text_value(lines));
+    set_raw(name, multi_text_value(views_of(lines)));
 }
 
-std::shared_ptr<const text_list> key::shared_multi_text(std::u16string_view name) const {
-    static const auto& no_lines = *new auto(std::make_shared<const text_list>());
+std::shared_ptr<const line_views> key::shared_multi_text(std::u16string_view name) const {
+    static const auto& no_lines = *new auto(std::make_shared<const line_views>());
     const std::lock_guard lock(lists_mutex_);
     const auto kept = lists_.find(name);
     platform::store::reading found;
@@ -283,20 +284,21 @@ std::shared_ptr<const text_list> key::shared_multi_text(std::u16string_view name
     if (!found.found) return no_lines;
     if (found.unchanged) return kept->second.lines;
     check_value(name, found.value, value_type::multi_text);
-    auto lines = std::make_shared<const text_list>(lines_in(found.value.bytes));
+    const auto list = std::make_shared<const line_list>(found.value.bytes);
+    const std::shared_ptr<const line_views> lines(list, &list->lines());
     lists_.insert_or_assign(std::u16string(name), kept_list{found.stamp, lines});
     return lines;
 }
 
 void key::change_multi_text(std::u16string_view name,
-                            const std::function<bool(text_list& lines)>& change) const {
+                            const std::function<bool(line_list& lines)>& change) const {
     const auto change_value =
         [&](const std::optional<stored_value>& before) -> std::optional<stored_value> {
         if (before) check_value(name, *before, value_type::multi_text);
-        text_list lines = before ? lines_in(before->bytes) : text_list();
-        if (!change(lines)) return std::nullopt;
-        check_lines(name, lines);
-        return multi_text_value(lines);
+        line_list list(before ? std::string_view(before->bytes) : std::string_view());
+        if (!change(list)) return std::nullopt;
+        check_lines(name, list.added());
+        return multi_text_value(list.lines());
     };
     try {
         reviving([&] { store()->update(path_, utf8_name(name), change_value); });

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "foundation/exception.h"
+#include "foundation/line_list.h"
 #include "foundation/registry_tree.h"
 #include "platform/store.h"
 
@@ -115,13 +116,13 @@ public:
 
     // The list as get_multi_text() gives it, empty when missing. While nobody has written it, each
     // call gives the same object, so what a caller makes of it can be kept as long as the pointers
-    // are equal. For long lists that are read often.
-    std::shared_ptr<const text_list> shared_multi_text(std::u16string_view name) const;
+    // are equal. For long lists that are read often. The lines live as long as the list.
+    std::shared_ptr<const line_views> shared_multi_text(std::u16string_view name) const;
 
     // Reads, changes and writes a list while no other process writes. `change` tells whether it
     // changed anything; it may be called again, and may not use the registry.
     void change_multi_text(std::u16string_view name,
-                           const std::function<bool(text_list& lines)>& change) const;
+                           const std::function<bool(line_list& lines)>& change) const;
 
     // Adds to a 32-bit value in one step; the sum wraps. A missing value counts as 0.
     void add_to_integer(std::u16string_view name, std::uint32_t amount) const;
@@ -148,7 +149,7 @@ public:
 private:
     struct kept_list {
         platform::value_stamp stamp;
-        std::shared_ptr<const text_list> lines;
+        std::shared_ptr<const line_views> lines;
     };
 
     std::optional<platform::stored_value> query(std::u16string_view name, std::int32_t type) const;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "platform/utf8.h"
+#include "platform/wide_search.h"
 
 namespace replay::registry2 {
 
@@ -35,20 +36,6 @@ void append_units(std::u16string_view text, std::string& bytes) {
     }
 }
 
-std::u16string units_of(std::string_view bytes) {
-    std::u16string units(bytes.size() / 2, u'\0');
-    if constexpr (is_order_of_machine) {
-        if (!units.empty()) std::memcpy(units.data(), bytes.data(), 2 * units.size());
-        return units;
-    }
-    for (std::size_t at = 0; at < units.size(); ++at) {
-        const auto low = static_cast<unsigned char>(bytes[2 * at]);
-        const auto high = static_cast<unsigned char>(bytes[2 * at + 1]);
-        units[at] = static_cast<char16_t>(low | high << 8);
-    }
-    return units;
-}
-
 }  // namespace
 
 platform::stored_value integer_value(std::uint32_t number) {
@@ -67,12 +54,16 @@ platform::stored_value text_value(std::u16string_view text) {
     return value;
 }
 
-platform::stored_value multi_text_value(const std::vector<std::u16string>& lines) {
+line_views views_of(const std::vector<std::u16string>& lines) {
+    return {lines.begin(), lines.end()};
+}
+
+platform::stored_value multi_text_value(const line_views& lines) {
     platform::stored_value value{value_type::multi_text, {}};
     std::size_t size = 2;
-    for (const std::u16string& line : lines) size += 2 * line.size() + 2;
+    for (const std::u16string_view line : lines) size += 2 * line.size() + 2;
     value.bytes.reserve(size);
-    for (const std::u16string& line : lines) {
+    for (const std::u16string_view line : lines) {
         append_units(line, value.bytes);
         value.bytes.append(2, '\0');
     }
@@ -89,18 +80,37 @@ std::uint32_t integer_in(std::string_view bytes) {
 }
 
 std::u16string text_in(std::string_view bytes) {
-    std::u16string text = units_of(bytes);
+    std::u16string text = units_in(bytes);
     if (!text.empty() && text.back() == u'\0') text.pop_back();
     return text;
 }
 
 std::vector<std::u16string> lines_in(std::string_view bytes) {
-    const std::u16string units = units_of(bytes);
-    std::vector<std::u16string> lines;
+    const std::u16string units = units_in(bytes);
+    const line_views lines = lines_of_units(units);
+    return {lines.begin(), lines.end()};
+}
+
+std::u16string units_in(std::string_view bytes) {
+    std::u16string units(bytes.size() / 2, u'\0');
+    if constexpr (is_order_of_machine) {
+        if (!units.empty()) std::memcpy(units.data(), bytes.data(), 2 * units.size());
+        return units;
+    }
+    for (std::size_t at = 0; at < units.size(); ++at) {
+        const auto low = static_cast<unsigned char>(bytes[2 * at]);
+        const auto high = static_cast<unsigned char>(bytes[2 * at + 1]);
+        units[at] = static_cast<char16_t>(low | high << 8);
+    }
+    return units;
+}
+
+line_views lines_of_units(std::u16string_view units) {
+    line_views lines;
     for (std::size_t begin = 0; begin < units.size();) {
-        const std::size_t end = std::min(units.find(u'\0', begin), units.size());
+        const std::size_t end = std::min(platform::find_unit(units, u'\0', begin), units.size());
         if (end == begin) break;
-        lines.emplace_back(units, begin, end - begin);
+        lines.push_back(units.substr(begin, end - begin));
         begin = end + 1;
     }
     return lines;

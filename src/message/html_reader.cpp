@@ -7,12 +7,13 @@
 
 #include "foundation/translate.h"
 #include "message/html_entities.h"
-#include "message/wide_search.h"
 #include "platform/character_class.h"
+#include "platform/wide_search.h"
 
 namespace replay::html {
 
 using namespace std::string_view_literals;
+using platform::find_either;
 
 namespace {
 

@@ -35,7 +35,7 @@ std::uint32_t present_time() {
 }
 
 // What ends the steps early; those before it count.
-std::exception_ptr add_steps(text_list& entries, const recipients& all, std::uint32_t now) {
+std::exception_ptr add_steps(line_list& entries, const recipients& all, std::uint32_t now) {
     constexpr std::size_t few = 4;  // for more it pays to look at each entry only once
     std::exception_ptr fault;
     std::optional<trust_steps> steps;
@@ -65,8 +65,8 @@ rules_sender_trusted& rules_sender_trusted::instance() {
 std::optional<rules_sender_trusted::trust> rules_sender_trusted::find(std::string_view address) {
     const scope guard(mutex_);
     index_.follow(key().shared_multi_text(addresses_value));
-    const std::u16string* const entry = index_.find(normalized(address));
-    if (entry == nullptr) return std::nullopt;
+    const std::optional<std::u16string_view> entry = index_.find(normalized(address));
+    if (!entry) return std::nullopt;
     const trust_entry fields = unpack_trust(*entry);
     return trust{fields.count, fields.first_seen};
 }
@@ -84,7 +84,7 @@ void rules_sender_trusted::increase_trust(std::u16string_view name, std::string_
     const scope guard(mutex_);
     const std::u16string text = normalized(address);
     const std::uint32_t now = present_time();
-    key().change_multi_text(addresses_value, [&](text_list& entries) {
+    key().change_multi_text(addresses_value, [&](line_list& entries) {
         add_step(entries, name, text, now);
         return true;
     });
@@ -97,7 +97,7 @@ void rules_sender_trusted::increase_trust_of_recipients(
         const scope guard(mutex_);
         const std::uint32_t now = present_time();
         std::exception_ptr fault;
-        key().change_multi_text(addresses_value, [&](text_list& entries) {
+        key().change_multi_text(addresses_value, [&](line_list& entries) {
             fault = add_steps(entries, all, now);
             return true;
         });
@@ -109,9 +109,9 @@ bool rules_sender_trusted::remove_trust(std::string_view address) {
     const scope guard(mutex_);
     bool is_there = false;
     const std::u16string text = normalized(address);
-    key().change_multi_text(addresses_value, [&](text_list& entries) {
-        const auto found = find_entry(entries, text, trusted_address_of);
-        is_there = found != entries.end();
+    key().change_multi_text(addresses_value, [&](line_list& entries) {
+        const auto found = find_entry(entries.lines(), text, trusted_address_of);
+        is_there = found != entries.lines().end();
         if (is_there) entries.erase(found);
         return is_there;
     });

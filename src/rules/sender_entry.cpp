@@ -7,6 +7,7 @@
 
 #include "foundation/registry_values.h"
 #include "foundation/variant.h"
+#include "platform/wide_search.h"
 
 namespace brindlemoss::rules {
 
@@ -21,7 +22,7 @@ std::array<std::u16string_view, count> fields_of(std::u16string_view entry, cons
     std::array<std::u16string_view, count> fields;
     std::size_t begin = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t end = entry.find(field_end, begin);
+        const std::size_t end = replay::platform::find_unit(entry, field_end, begin);
         fields[i] = entry.substr(begin, end - begin);
         if (end == std::u16string_view::npos && i + 1 < count) throw unpack_failed(fault);
         begin = end + 1;
@@ -130,17 +131,19 @@ std::u16string_view trusted_address_of(std::u16string_view entry) {
     return fields_of<4>(entry, "m_unpack_address failed")[1];
 }
 
-text_list::const_iterator find_entry(const text_list& entries, std::u16string_view key,
-                                     entry_key read) {
-    return std::find_if(entries.begin(), entries.end(), [&](const std::u16string& entry) {
+line_views::const_iterator find_entry(const line_views& entries, std::u16string_view key,
+                                      entry_key read) {
+    return std::find_if(entries.begin(), entries.end(), [&](std::u16string_view entry) {
         return equals_normalized(read(entry), key);
     });
 }
 
-void insert_sorted(text_list& entries, std::u16string entry) {
+void insert_sorted(line_list& entries, std::u16string entry) {
+    const line_views& lines = entries.lines();
     // Other programs and hands may have left them in any order.
-    if (!std::is_sorted(entries.begin(), entries.end())) std::sort(entries.begin(), entries.end());
-    entries.insert(std::upper_bound(entries.begin(), entries.end(), entry), std::move(entry));
+    if (!std::is_sorted(lines.begin(), lines.end())) entries.sort();
+    const auto place = std::upper_bound(lines.begin(), lines.end(), entry);
+    entries.insert(place, std::move(entry));
 }
 
 std::u16string joined(const text_list& entries) {

@@ -13,6 +13,8 @@
 // bytes of a message, one a character.
 namespace brindlemoss::rules {
 
+using replay::registry2::line_list;
+using replay::registry2::line_views;
 using replay::registry2::text_list;
 
 // An entry has too few fields; the text says of which kind of list.
@@ -74,11 +76,11 @@ std::u16string_view trusted_address_of(std::u16string_view entry);
 
 // The first entry whose key is `key` once normalized, or the end. Reads no entry behind it; throws
 // unpack_failed at one before it.
-text_list::const_iterator find_entry(const text_list& entries, std::u16string_view key,
-                                     entry_key read);
+line_views::const_iterator find_entry(const line_views& entries, std::u16string_view key,
+                                      entry_key read);
 
 // Adds an entry and sorts all by their 16-bit units.
-void insert_sorted(text_list& entries, std::u16string entry);
+void insert_sorted(line_list& entries, std::u16string entry);
 
 // The entries, each with a CR behind it; and the way back, without the empty lines, sorted.
 std::u16string joined(const text_list& entries);

@@ -4,7 +4,7 @@
 
 namespace brindlemoss::rules {
 
-void sender_index::follow(std::shared_ptr<const text_list> entries) {
+void sender_index::follow(std::shared_ptr<const line_views> entries) {
     if (entries == entries_) return;
     entries_ = std::move(entries);
     is_built_ = false;
@@ -34,18 +34,19 @@ void sender_index::add(std::u16string_view key, std::size_t number) {
     key_sizes_.insert(key.size());
 }
 
-const std::u16string* sender_index::find(std::u16string_view key) {
+std::optional<std::u16string_view> sender_index::find(std::u16string_view key) {
     if (!is_built_ && !std::exchange(was_asked_, true)) return find_by_walk(key);
     if (!is_built_) build();
     const auto found = numbers_.find(key);
-    if (found != numbers_.end()) return &(*entries_)[found->second];
+    if (found != numbers_.end()) return (*entries_)[found->second];
     require_all_read();
-    return nullptr;
+    return std::nullopt;
 }
 
-const std::u16string* sender_index::find_by_walk(std::u16string_view key) const {
+std::optional<std::u16string_view> sender_index::find_by_walk(std::u16string_view key) const {
     const auto found = find_entry(*entries_, key, read_);
-    return found == entries_->end() ? nullptr : &*found;
+    if (found == entries_->end()) return std::nullopt;
+    return *found;
 }
 
 bool sender_index::holds_end_of(std::u16string_view text) {

@@ -23,22 +23,22 @@ public:
 
     // Takes the list in place of the one it had. Does nothing if that is the same object, which
     // must not change.
-    void follow(std::shared_ptr<const text_list> entries);
+    void follow(std::shared_ptr<const line_views> entries);
 
-    // The first entry with this key, nullptr if there is none. It lives as long as the list.
-    const std::u16string* find(std::u16string_view key);
+    // The first entry with this key, if there is one. It lives as long as the list.
+    std::optional<std::u16string_view> find(std::u16string_view key);
 
     // Whether `text` ends in the key of an entry; there need be no boundary before it.
     bool holds_end_of(std::u16string_view text);
 
 private:
     void build();
-    const std::u16string* find_by_walk(std::u16string_view key) const;
+    std::optional<std::u16string_view> find_by_walk(std::u16string_view key) const;
     void add(std::u16string_view key, std::size_t number);
     void require_all_read() const;
 
     entry_key read_;
-    std::shared_ptr<const text_list> entries_;
+    std::shared_ptr<const line_views> entries_;
     bool was_asked_ = false;
     bool is_built_ = false;            // what stands below is of these entries
     std::deque<std::u16string> keys_;  // those that do not stand in the list in normal form

@@ -39,7 +39,7 @@ bool sender_list::match(std::string_view address, bool check_address, bool check
     const std::u16string text = normalized(address);
     if (check_address) {
         addresses_.follow(key().shared_multi_text(addresses_value));
-        if (addresses_.find(text) != nullptr) return true;
+        if (addresses_.find(text)) return true;
     }
     if (check_domain) {
         domains_.follow(key().shared_multi_text(domains_value));
@@ -126,8 +126,8 @@ bool sender_list::add(std::u16string_view value, std::u16string_view found_by, e
                       const std::u16string& entry) {
     const scope guard(mutex_);
     bool is_new = false;
-    key().change_multi_text(value, [&](text_list& entries) {
-        is_new = find_entry(entries, found_by, read) == entries.end();
+    key().change_multi_text(value, [&](line_list& entries) {
+        is_new = find_entry(entries.lines(), found_by, read) == entries.lines().end();
         if (is_new) insert_sorted(entries, entry);
         return is_new;
     });
@@ -137,9 +137,9 @@ bool sender_list::add(std::u16string_view value, std::u16string_view found_by, e
 bool sender_list::remove(std::u16string_view value, std::u16string_view found_by, entry_key read) {
     const scope guard(mutex_);
     bool is_there = false;
-    key().change_multi_text(value, [&](text_list& entries) {
-        const auto found = find_entry(entries, found_by, read);
-        is_there = found != entries.end();
+    key().change_multi_text(value, [&](line_list& entries) {
+        const auto found = find_entry(entries.lines(), found_by, read);
+        is_there = found != entries.lines().end();
         if (is_there) entries.erase(found);
         return is_there;
     });

@@ -21,20 +21,22 @@ std::u16string first_step(std::u16string_view name, std::u16string_view address,
 
 }  // namespace
 
-void add_step(text_list& entries, std::u16string_view name, std::u16string_view address,
+void add_step(line_list& entries, std::u16string_view name, std::u16string_view address,
               std::uint32_t now) {
-    const auto found = find_entry(entries, address, trusted_address_of);
-    if (found == entries.end()) return insert_sorted(entries, first_step(name, address, now));
-    entries[static_cast<std::size_t>(found - entries.begin())] =
-        with_one_more(*found, name, address);
+    const line_views& lines = entries.lines();
+    const auto found = find_entry(lines, address, trusted_address_of);
+    if (found == lines.end()) return insert_sorted(entries, first_step(name, address, now));
+    entries.replace(static_cast<std::size_t>(found - lines.begin()),
+                    with_one_more(*found, name, address));
 }
 
-trust_steps::trust_steps(text_list& entries) : entries_(entries) {
-    for (std::size_t place = 0; place < entries.size(); ++place) {
+trust_steps::trust_steps(line_list& entries) : entries_(entries) {
+    const line_views& lines = entries.lines();
+    for (std::size_t place = 0; place < lines.size(); ++place) {
         try {
-            places_[normalized(trusted_address_of(entries[place]))].push_back(place);
+            places_[normalized(trusted_address_of(lines[place]))].push_back(place);
         } catch (const unpack_failed&) {
-            broken_ = &entries[place];
+            broken_ = lines[place];
             return;
         }
     }
@@ -43,7 +45,7 @@ trust_steps::trust_steps(text_list& entries) : entries_(entries) {
 void trust_steps::add(std::u16string_view name, const std::u16string& address, std::uint32_t now) {
     const auto known = places_.find(address);
     if (known == places_.end()) {
-        if (broken_ != nullptr) trusted_address_of(*broken_);  // throws
+        if (broken_) trusted_address_of(*broken_);  // throws
         return append(first_step(name, address, now));
     }
     std::vector<std::size_t>& all = known->second;
@@ -53,12 +55,13 @@ void trust_steps::add(std::u16string_view name, const std::u16string& address, s
     const std::size_t place = *first;
     all.erase(first);
     if (all.empty()) places_.erase(known);
-    rewrite(place, with_one_more(entries_[place], name, address));
+    rewrite(place, with_one_more(entries_.lines()[place], name, address));
 }
 
 void trust_steps::append(std::u16string entry) {
     entries_.push_back(std::move(entry));
-    places_[normalized(trusted_address_of(entries_.back()))].push_back(entries_.size() - 1);
+    const line_views& lines = entries_.lines();
+    places_[normalized(trusted_address_of(lines.back()))].push_back(lines.size() - 1);
     rewritten_.clear();
     is_to_sort_ = true;
 }
@@ -66,20 +69,21 @@ void trust_steps::append(std::u16string entry) {
 // A tab in the new name may make it the entry of another address.
 void trust_steps::rewrite(std::size_t place, std::u16string entry) {
     places_[normalized(trusted_address_of(entry))].push_back(place);
-    if (is_to_sort_) rewritten_.try_emplace(place, entries_[place]);
-    entries_[place] = std::move(entry);
+    if (is_to_sort_) rewritten_.try_emplace(place, entries_.lines()[place]);
+    entries_.replace(place, std::move(entry));
 }
 
 void trust_steps::finish() {
     if (!is_to_sort_) return;
-    std::vector<std::size_t> order(entries_.size());
+    const line_views& lines = entries_.lines();
+    std::vector<std::size_t> order(lines.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::sort(order.begin(), order.end(),
               [this](std::size_t left, std::size_t right) { return stands_before(left, right); });
-    text_list sorted;
-    sorted.reserve(entries_.size());
-    for (const std::size_t place : order) sorted.push_back(std::move(entries_[place]));
-    entries_ = std::move(sorted);
+    line_views sorted;
+    sorted.reserve(lines.size());
+    for (const std::size_t place : order) sorted.push_back(lines[place]);
+    entries_.set_lines(std::move(sorted));
 }
 
 // Of two entries that were equal the one that was rewritten stood before: the first one is.
@@ -91,9 +95,9 @@ bool trust_steps::stands_before(std::size_t left, std::size_t right) const {
     return left_is_rewritten != rewritten_.contains(right) ? left_is_rewritten : left < right;
 }
 
-const std::u16string& trust_steps::sorted_as(std::size_t place) const {
+std::u16string_view trust_steps::sorted_as(std::size_t place) const {
     const auto before = rewritten_.find(place);
-    return before == rewritten_.end() ? entries_[place] : before->second;
+    return before == rewritten_.end() ? entries_.lines()[place] : before->second;
 }
 
 }  // namespace brindlemoss::rules

@@ -151,12 +151,12 @@ bool language_manager::accept(part& message, int& language) {
     if (told == 0) return true;
     const bool is_listed =
         std::any_of(entries->begin(), entries->end(),
-                    [&](const std::u16string& entry) { return language_of_entry(entry) == told; });
+                    [&](std::u16string_view entry) { return language_of_entry(entry) == told; });
     return std::uint32_t{is_listed} != mode;
 }
 
-std::uint32_t language_of_entry(const std::u16string& entry) {
-    return static_cast<std::uint32_t>(replay::variant(entry).as_integer());
+std::uint32_t language_of_entry(std::u16string_view entry) {
+    return static_cast<std::uint32_t>(replay::variant(std::u16string(entry)).as_integer());
 }
 
 }  // namespace brindlemoss::services

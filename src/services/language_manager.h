@@ -54,6 +54,6 @@ private:
 };
 
 // The number that an entry of "Languages" stands for; 0, which is no language, when it is none.
-std::uint32_t language_of_entry(const std::u16string& entry);
+std::uint32_t language_of_entry(std::u16string_view entry);
 
 }  // namespace brindlemoss::services

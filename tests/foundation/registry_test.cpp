@@ -28,6 +28,7 @@ using test_support::child_process;
 using test_support::require;
 using test_support::temporary_folder;
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -163,7 +164,7 @@ TEST_F(registry, reads_lists_however_they_end) {
         SCOPED_TRACE(row.what);
         test.set_raw(u"m", {value_type::multi_text, row.bytes});
         EXPECT_EQ(test.get_multi_text(u"m", {u"default"}, write_back::no), row.lines);
-        EXPECT_EQ(*test.shared_multi_text(u"m"), row.lines);
+        EXPECT_THAT(*test.shared_multi_text(u"m"), ElementsAreArray(row.lines));
     }
 }
 
@@ -181,8 +182,8 @@ TEST_F(registry, refuses_lines_that_would_end_a_list) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(thrown_by([&] { test.set_multi_text(u"m", row.lines); }), row.thrown);
-        const auto change = [&](text_list& lines) {
-            lines = row.lines;
+        const auto change = [&](line_list& lines) {
+            for (const std::u16string& line : row.lines) lines.push_back(line);
             return true;
         };
         EXPECT_EQ(thrown_by([&] { test.change_multi_text(u"m", change); }), row.thrown);
@@ -202,7 +203,7 @@ TEST_F(registry, reads_only_values_of_the_right_type_and_size) {
     const auto as_list = [&] { test.get_multi_text(u"v", {}, write_back::yes); };
     const auto as_shared_list = [&] { test.shared_multi_text(u"v"); };
     const auto as_changed_list = [&] {
-        test.change_multi_text(u"v", [](text_list&) { return true; });
+        test.change_multi_text(u"v", [](line_list&) { return true; });
     };
     const auto as_counter = [&] { test.add_to_integer(u"v", 1); };
     const stored_value text{value_type::text, std::string("a\0\0\0", 4)};
@@ -376,8 +377,8 @@ TEST_F(registry, loses_no_line_that_two_processes_add) {
     const auto add_lines = [](const char16_t* line) {
         const key test = user_key();
         for (int i = 0; i < 60; ++i) {
-            test.change_multi_text(u"m", [&](text_list& lines) {
-                lines.emplace_back(line);
+            test.change_multi_text(u"m", [&](line_list& lines) {
+                lines.push_back(line);
                 return true;
             });
         }

@@ -11,8 +11,8 @@
 #include "analysis/plugins/urls.h"
 #include "analysis/report_text.h"
 #include "message/character_set.h"
-#include "message/wide_search.h"
 #include "platform/character_class.h"
+#include "platform/wide_search.h"
 
 namespace brindlemoss::analysis::plugins::text_analysis {
 namespace {
@@ -25,7 +25,8 @@ constexpr std::u16string_view gtube =
     u"XJS*C4JDBQADN1.NSBN3*2IDNEN*GTUBE-STANDARD-ANTI-UBE-TEST-EMAIL*C.34X";
 
 bool holds_gtube(std::u16string_view text) {
-    for (std::size_t at = 0; (at = replay::find_unit(text, gtube.front(), at)) != text.npos; ++at) {
+    for (std::size_t at = 0;
+         (at = replay::platform::find_unit(text, gtube.front(), at)) != text.npos; ++at) {
         if (text.substr(at).starts_with(gtube)) return true;
     }
     return false;

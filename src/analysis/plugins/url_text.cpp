@@ -4,9 +4,9 @@
 #include <string>
 
 #include "message/character_set.h"
-#include "message/wide_search.h"
 #include "platform/character_class.h"
 #include "platform/utf16.h"
+#include "platform/wide_search.h"
 
 namespace brindlemoss::analysis::plugins::text_analysis {
 namespace {
@@ -162,7 +162,7 @@ private:
 }  // namespace
 
 std::size_t find_url_mark(std::u16string_view text, std::size_t from) {
-    while ((from = replay::find_pair(text, u"ht", u"ww", from)) != nowhere) {
+    while ((from = replay::platform::find_pair(text, u"ht", u"ww", from)) != nowhere) {
         const std::u16string_view here = text.substr(from);
         if (here.starts_with(u"www.") || here.starts_with(u"http:") ||
             here.starts_with(u"https:")) {

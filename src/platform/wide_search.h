@@ -10,7 +10,7 @@
 #endif
 
 // Searches of wide text for what is one or two units long, eight a step where the processor can.
-namespace replay {
+namespace replay::platform {
 
 // The first `a` or `b` from `position` on, or `stop`.
 inline const char16_t* find_either(const char16_t* position, const char16_t* stop, char16_t a,
@@ -67,4 +67,4 @@ inline std::size_t find_pair(std::u16string_view text, const char16_t (&a)[3],
     return std::u16string_view::npos;
 }
 
-}  // namespace replay
+}  // namespace replay::platform
