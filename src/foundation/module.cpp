@@ -143,7 +143,7 @@ void module::load(armed_by who) noexcept {
     });
     std::string host;
     report.attempt([&] {
-        if (!use_mutex_) use_mutex_.emplace(use_mutex_name);
+        if (!use_mutex_) use_mutex_.emplace(use_mutex_name).show_use();
     });
     report.attempt([&] { host = surroundings_.host_path(); });
     if (!replay::platform::host_process::is_resident_agent(host)) {

@@ -21,6 +21,9 @@ public:
     void release_shared() override {}
     void release() override { lock_.release(); }
 
+    // See platform::process_lock::show_use().
+    void show_use() { lock_.show_use(); }
+
 private:
     platform::process_lock lock_;
 };

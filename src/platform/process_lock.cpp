@@ -88,6 +88,10 @@ public:
         in_process_.unlock();
     }
 
+    void show_use() {
+        if (descriptor_ >= 0) ::flock(descriptor_, LOCK_SH | LOCK_NB);
+    }
+
     bool spans_processes() const { return spans_processes_; }
     const std::string& path() const { return path_; }
 
@@ -151,6 +155,10 @@ void process_lock::acquire() {
 
 void process_lock::release() {
     state_->release();
+}
+
+void process_lock::show_use() {
+    state_->show_use();
 }
 
 bool process_lock::spans_processes() const {

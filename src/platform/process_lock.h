@@ -27,6 +27,11 @@ public:
     void acquire();
     void release();
 
+    // Shows others, until the object goes, that somebody uses what the lock is named after: its
+    // file is locked, shared, so that "flock --nonblock FILE true" fails. Waits for nothing. For a
+    // lock that nobody acquires.
+    void show_use();
+
     // Whether other processes are kept out: true when the lock file could be opened and locked the
     // last time that it was tried.
     bool spans_processes() const;

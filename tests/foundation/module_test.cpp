@@ -1,9 +1,12 @@
 #include "foundation/module.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -126,6 +129,24 @@ TEST_F(module_test, reads_its_settings_without_writing_them_back) {
     EXPECT_EQ(log_text(), banner("", "/bin/mail"));
     EXPECT_THAT(user_root().value_names(), testing::Not(testing::Contains(u"Debug Mode")));
     EXPECT_THAT(installation().value_names(), testing::Not(testing::Contains(u"Version")));
+}
+
+TEST_F(module_test, shows_other_processes_that_it_is_in_use) {
+    const std::string path = folder_.path("Locks/Brindlemoss.Core.lock");
+    const auto is_in_use = [&] {
+        const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        const bool is_locked = ::flock(descriptor, LOCK_EX | LOCK_NB) != 0;
+        ::close(descriptor);
+        return is_locked;
+    };
+    {
+        module first(surroundings("/bin/mail"));
+        first.load(armed_by::library);
+        module second(surroundings("/bin/mail"));
+        second.load(armed_by::library);
+        EXPECT_TRUE(is_in_use());
+    }
+    EXPECT_FALSE(is_in_use());
 }
 
 TEST_F(module_test, writes_no_file_in_the_resident_agent) {
