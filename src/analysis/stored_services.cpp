@@ -1,7 +1,5 @@
 #include "analysis/stored_services.h"
 
-#include <algorithm>
-
 #include "analysis/analysis_run.h"
 #include "community/communication.h"
 #include "foundation/counters.h"
@@ -102,13 +100,11 @@ void stored_services::add_to_counter(std::string_view key, std::string_view valu
 }
 
 bool wants_message_copies() {
-    constexpr std::u16string_view name = u"Debug Mode";
+    constexpr const registry::setting& mode =
+        registry::setting_of(registry::tree_key::user_root, u"Debug Mode");
     constexpr std::uint32_t with_messages = 2;
     try {
-        const registry::key& root = registry::at(registry::tree_key::user_root);
-        const auto names = root.value_names();
-        if (std::find(names.begin(), names.end(), name) == names.end()) return false;
-        return root.get_integer(name, 0, registry::write_back::no) == with_messages;
+        return registry::get_integer(mode, registry::write_back::no) == with_messages;
     } catch (const registry::generic&) {
         return false;
     }

@@ -63,10 +63,6 @@ class monitor_type {
 public:
     virtual ~monitor_type() = default;
 
-    // About to wait for the server, and again every socket::stream::watch_interval while a wait
-    // lasts: for a connection, for bytes to come or to go. Not while a host name is looked up.
-    virtual bool waiting();
-
     // The connection is up.
     virtual bool request(std::string_view path, std::string_view host);
 
@@ -83,6 +79,10 @@ public:
     // are those announced, 0 where nothing was.
     virtual bool response_body(const char* data, std::size_t size, std::size_t total,
                                std::size_t expected);
+
+    // About to wait for the server, and again every socket::stream::watch_interval while a wait
+    // lasts: for a connection, for bytes to come or to go. Not while a host name is looked up.
+    virtual bool waiting();
 };
 
 struct transfer_limits {
