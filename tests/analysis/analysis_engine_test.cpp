@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -56,59 +57,43 @@ struct verdict_case {
     std::vector<std::int32_t> plugin_scores;
     std::vector<signature_entry> signatures;
     std::vector<std::int32_t> scores_of_signatures;
-    int rating;
-    const char16_t* class_name;
+    int rating;  // from 50 on it is spam
 };
 
 TEST(analysis_engine, turns_votes_into_a_rating) {
-    const auto unmatched = signature_entry(u"tbd", u"x");
     const auto tru = [](std::uint32_t reports, std::uint32_t revokes) {
         return matched(u"tru", 0, reports, revokes);
     };
     const auto tbd = [](std::uint32_t reports, std::uint32_t revokes) {
         return matched(u"tbd", 1, reports, revokes);
     };
+    const auto listed = [](std::int32_t state, std::uint32_t reports) {
+        return matched(u"hsi", state, reports, 0);
+    };
     const auto hsi = matched(u"hsi", 0, 9, 1);
     const std::vector<signature_entry> eleven(11, tbd(1, 0));
+    const std::vector<signature_entry> many(150, tbd(689342251, 3605625046u));
     const verdict_case cases[] = {
-        {"nothing", {}, {}, {}, 0, u"HAM"},
-        {"an unmatched signature", {}, {unmatched}, {}, 0, u"HAM"},
-        {"worked example", {30}, {hsi, tru(30, 0), tru(30, 0)}, {36, 50, 50}, 100, u"SPAM/TEXT"},
-        {"its second half", {30}, {hsi, tru(8, 2)}, {36, 0}, 66, u"SPAM/TEXT"},
-        {"a sending host alone", {}, {matched(u"hsi", 0, 1, 0)}, {40}, 40, u"HAM"},
-        {"a lone URL at 89 percent", {}, {tru(89, 11)}, {0}, 0, u"HAM"},
-        {"a lone URL at 90 percent", {}, {matched(u"twu", 0, 9, 1)}, {90}, 90, u"SPAM/TEXT"},
-        {"a lone block at 89 percent", {}, {tbd(89, 11)}, {89}, 89, u"SPAM/TEXT"},
-        {"a URL beside a block", {}, {tru(1, 1), tbd(1, 1)}, {25, 25}, 50, u"SPAM/TEXT"},
-        {"a URL beside an ignored block",
-         {},
-         {tru(1, 1), matched(u"tbd", 2, 1, 1)},
-         {0},
-         0,
-         u"HAM"},
-        {"three", {}, {tbd(10, 0), tbd(10, 0), tbd(10, 0)}, {33, 33, 33}, 99, u"SPAM/TEXT"},
-        {"the smallest share", {}, eleven, std::vector<std::int32_t>(11, 10), 100, u"SPAM/TEXT"},
-        {"no votes", {}, {tbd(0, 0)}, {}, 0, u"HAM"},
-        {"revokes only", {}, {tbd(0, 5)}, {0}, 0, u"HAM"},
-        {"ignored", {}, {matched(u"tbd", 2, 9, 0)}, {}, 0, u"HAM"},
-        {"whitelisted twice",
-         {30},
-         {matched(u"tbd", 3, 9, 0), matched(u"hsi", 3, 0, 0)},
-         {-100, -100},
-         0,
-         u"HAM"},
-        {"blacklisted without votes", {}, {matched(u"hsi", 4, 0, 0)}, {100}, 100, u"SPAM/TEXT"},
-        {"one below the mark", {49}, {}, {}, 49, u"HAM"},
-        {"at the mark", {50}, {}, {}, 50, u"SPAM/TEXT"},
-        {"far above", {100, 100}, {}, {}, 100, u"SPAM/TEXT"},
-        {"votes that wrap in 32 bits", {}, {tbd(42949673, 0)}, {0}, 0, u"HAM"},
-        {"scores whose sum wraps",
-         {},
-         {150, matched(u"tbd", 0, 689342251, 3605625046u)},
-         std::vector<std::int32_t>(150, 21474836),
-         0,
-         u"HAM"},
-        {"votes whose sum wraps to none", {}, {tbd(0x80000000u, 0x80000000u)}, {}, 0, u"HAM"},
+        {"nothing", {}, {}, {}, 0},
+        {"worked example", {30}, {hsi, tru(30, 0), tru(30, 0)}, {36, 50, 50}, 100},
+        {"its second half", {30}, {hsi, tru(8, 2)}, {36, 0}, 66},
+        {"a sending host alone", {}, {matched(u"hsi", 0, 1, 0)}, {40}, 40},
+        {"a lone URL at 89 percent", {}, {tru(89, 11)}, {0}, 0},
+        {"a lone URL at 90 percent", {}, {matched(u"twu", 0, 9, 1)}, {90}, 90},
+        {"a lone block at 89 percent", {}, {tbd(89, 11)}, {89}, 89},
+        {"a URL beside a block", {}, {tru(1, 1), tbd(1, 1)}, {25, 25}, 50},
+        {"a URL beside an ignored block", {}, {tru(1, 1), matched(u"tbd", 2, 1, 1)}, {0}, 0},
+        {"three", {}, {tbd(10, 0), tbd(10, 0), tbd(10, 0)}, {33, 33, 33}, 99},
+        {"the smallest share", {}, eleven, std::vector<std::int32_t>(11, 10), 100},
+        {"revokes only", {}, {tbd(0, 5)}, {0}, 0},
+        {"ignored", {}, {listed(2, 9)}, {}, 0},
+        {"whitelisted twice", {30}, {listed(3, 9), listed(3, 0)}, {-100, -100}, 0},
+        {"blacklisted without votes", {}, {listed(4, 0)}, {100}, 100},
+        {"one below the mark", {49}, {}, {}, 49},
+        {"at the mark", {50}, {}, {}, 50},
+        {"votes that wrap in 32 bits", {}, {tbd(42949673, 0)}, {0}, 0},
+        {"scores whose sum wraps", {}, many, std::vector<std::int32_t>(150, 21474836), 0},
+        {"votes whose sum wraps to none", {}, {tbd(0x80000000u, 0x80000000u)}, {}, 0},
     };
     for (const verdict_case& row : cases) {
         SCOPED_TRACE(row.what);
@@ -117,7 +102,7 @@ TEST(analysis_engine, turns_votes_into_a_rating) {
         for (const std::int32_t score : row.plugin_scores) push_test(run.tests, u"Plugin", score);
         run.signatures.assign(row.signatures.begin(), row.signatures.end());
         EXPECT_EQ(analysis_engine().evaluate(run), row.rating);
-        EXPECT_EQ(run.class_name, row.class_name);
+        EXPECT_EQ(run.class_name, row.rating < 50 ? u"HAM" : u"SPAM/TEXT");
         auto expected = row.plugin_scores;
         expected.insert(expected.end(), row.scores_of_signatures.begin(),
                         row.scores_of_signatures.end());
@@ -218,8 +203,8 @@ TEST(analysis_engine, signatures_are_sorted_by_unit_and_each_stands_once) {
 struct example_case {
     const char* file;
     int rating;
-    decision settled_by;
     strings tests;
+    decision settled_by = decision::analysed;
 };
 
 const std::string customised = "5 Part.Text.Address_Customization -- Token: ";
@@ -227,84 +212,63 @@ const std::string text = "40 Part.Image.Text_Detected";
 const std::string background = "Part.Image.Background_Detected";
 const std::string permutated = "5 Part.Text.Permutated_Token -- Token: ";
 
+// Those that pass without a test are left out.
 TEST(analysis_engine, example_mails) {
     const example_case cases[] = {
-        {"attached-message-by-name.eml", 0, decision::analysed, {}},
-        {"attached-message.eml", 0, decision::analysed, {}},
-        {"attachments-base64.eml", 0, decision::analysed, {}},
-        {"broken-base64-and-missing-end.eml", 5, decision::analysed, {customised + "\"karl\""}},
-        {"broken-encoded-word-bad-hex.eml", 0, decision::error, {}},
-        {"broken-encoded-word-invalid-bytes.eml", 70, decision::broken_header, {}},
+        {"broken-base64-and-missing-end.eml", 5, {customised + "\"karl\""}},
+        {"broken-encoded-word-bad-hex.eml", 0, {}, decision::error},
+        {"broken-encoded-word-invalid-bytes.eml", 70, {}, decision::broken_header},
         {"broken-missing-boundary.eml",
          20,
-         decision::analysed,
          {"20 MIME.Displayable -- No displayable text part found in message"}},
-        {"broken-no-blank-line.eml", 0, decision::analysed, {}},
-        {"chinese-big5.eml", 0, decision::analysed, {}},
-        {"chinese-gb18030.eml", 0, decision::analysed, {}},
-        {"cyrillic-koi8-r.eml", 0, decision::analysed, {}},
-        {"delivery-report.eml", 0, decision::analysed, {}},
         {"forged-client.eml",
          70,
-         decision::analysed,
          {"30 Header.Forged_X-Mailer -- Root part missing client-specific information",
           "30 Header.Forged_Message-ID -- Extracted IP \"203.0.113.9\" not listed in any "
           "Received: fields",
           "10 Part.Text.Unknown_Markup_Entity -- Entity: \"starz\""}},
         {"gtube.eml",
          100,
-         decision::analysed,
          {"100 Diagnostic.GTUBE -- This is a GTUBE Diagnostic Message",
           permutated + "\"xjsc4jdbqadn1nsbn32idnengtubestandardantiubetestemailc34x\""}},
-        {"html-newsletter.eml", 5, decision::analysed, {customised + "\"reader\""}},
-        {"html-with-text-alternative.eml", 5, decision::analysed, {customised + "\"lena\""}},
-        {"japanese-iso-2022-jp.eml", 0, decision::analysed, {}},
-        {"japanese-shift-jis.eml", 0, decision::analysed, {}},
-        {"korean-euc-kr.eml", 0, decision::analysed, {}},
-        {"mbox-line-and-raw-8bit-subject.eml", 5, decision::analysed, {customised + "\"ulla\""}},
-        {"nested-multiparts-inline-image.eml", 5, decision::analysed, {customised + "\"press\""}},
-        {"picture-broken-gif.eml", 50, decision::analysed, {"50 Part.Image.Decode_Error"}},
-        {"picture-flip-book.eml", 42, decision::analysed, {text, "2 " + background}},
-        {"picture-overlay-animation.eml", 44, decision::analysed, {text, "4 " + background}},
-        {"picture-photo.eml", 0, decision::analysed, {}},
-        {"picture-puzzle.eml",
-         82,
-         decision::analysed,
-         {"40 Part.Image.Puzzle_Detected", text, "2 " + background}},
-        {"picture-text-gif.eml", 47, decision::analysed, {text, "7 " + background}},
-        {"picture-text-jpeg.eml", 48, decision::analysed, {text, "8 " + background}},
-        {"picture-text-png.eml", 47, decision::analysed, {text, "7 " + background}},
-        {"picture-text-skewed.eml",
-         58,
-         decision::analysed,
-         {text, "10 Part.Image.Text_Rotated", "8 " + background}},
-        {"plain-text-crlf.eml", 0, decision::analysed, {}},
-        {"plain-text.eml", 5, decision::analysed, {customised + "\"tom\""}},
-        {"quoted-printable-utf-8.eml", 0, decision::analysed, {}},
+        {"html-newsletter.eml", 5, {customised + "\"reader\""}},
+        {"html-with-text-alternative.eml", 5, {customised + "\"lena\""}},
+        {"mbox-line-and-raw-8bit-subject.eml", 5, {customised + "\"ulla\""}},
+        {"nested-multiparts-inline-image.eml", 5, {customised + "\"press\""}},
+        {"picture-broken-gif.eml", 50, {"50 Part.Image.Decode_Error"}},
+        {"picture-flip-book.eml", 42, {text, "2 " + background}},
+        {"picture-overlay-animation.eml", 44, {text, "4 " + background}},
+        {"picture-puzzle.eml", 82, {"40 Part.Image.Puzzle_Detected", text, "2 " + background}},
+        {"picture-text-gif.eml", 47, {text, "7 " + background}},
+        {"picture-text-jpeg.eml", 48, {text, "8 " + background}},
+        {"picture-text-png.eml", 47, {text, "7 " + background}},
+        {"picture-text-skewed.eml", 58, {text, "10 Part.Image.Text_Rotated", "8 " + background}},
+        {"plain-text.eml", 5, {customised + "\"tom\""}},
         {"spam-pitch.eml",
          20,
-         decision::analysed,
          {customised + "\"jim\"", permutated + "\"w4tch\"", permutated + "\"v3ry\"",
           permutated + "\"disc0unt\""}},
-        {"uuencoded-attachment.eml", 0, decision::analysed, {}},
-        {"virus-notice.eml", 100, decision::virus, {}},
-        {"virus-status-infected.eml", 100, decision::virus, {}},
+        {"virus-notice.eml", 100, {}, decision::virus},
+        {"virus-status-infected.eml", 100, {}, decision::virus},
     };
     filter_services nobody;
     const filter_engine engine(nobody);
-    strings seen;
-    for (const example_case& row : cases) {
-        SCOPED_TRACE(row.file);
-        part message = part::load(std::string(BRINDLEMOSS_EXAMPLES) + "/" + row.file);
+    std::size_t passed = 0;
+    for (const auto& example : test_support::examples()) {
+        SCOPED_TRACE(example.first);
+        const auto row = std::find_if(std::begin(cases), std::end(cases),
+                                      [&](const auto& each) { return each.file == example.first; });
+        const example_case clean{"", 0, {}};
+        const example_case& wanted = row == std::end(cases) ? clean : *row;
+        passed += row == std::end(cases) ? 1 : 0;
+        part message(example.second);
         const verdict reached = engine.score(message, occasion::first);
-        EXPECT_EQ(reached.rating, row.rating);
-        EXPECT_EQ(reached.settled_by, row.settled_by);
-        EXPECT_EQ(test_support::test_texts(reached.tests), row.tests);
-        seen.push_back(row.file);
+        EXPECT_EQ(reached.rating, wanted.rating);
+        EXPECT_EQ(reached.settled_by, wanted.settled_by);
+        EXPECT_EQ(test_support::test_texts(reached.tests), wanted.tests);
     }
-    strings all;
-    for (const auto& [name, mail] : test_support::examples()) all.push_back(name);
-    EXPECT_EQ(seen, all);
+    EXPECT_EQ(passed, 15u);
+    EXPECT_EQ(test_support::examples().size(), passed + std::size(cases));
 }
 
 }  // namespace

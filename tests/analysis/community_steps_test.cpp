@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -63,8 +62,6 @@ TEST(community_steps, what_the_community_costs_and_does_is_counted_whatever_beco
     } rows[] = {
         {"answered", [] {}, decision::analysed, queries},
         {"timed_out", [] { throw community::timed_out(); }, decision::analysed, timeouts},
-        {"too_large", [] { throw community::too_large(); }, decision::analysed, errors},
-        {"pending", [] { throw community::discovery_pending(); }, decision::analysed, errors},
         {"malformed", [] { throw community::malformed_response("x"); }, decision::analysed, errors},
         {"generic", [] { throw community::generic(); }, decision::analysed, errors},
         {"of another kind", [] { throw replay::coding::translate::invalid_codeword('!'); },
@@ -111,16 +108,6 @@ TEST(community_steps, the_verdict_follows_from_what_was_matched_and_is_then_told
     EXPECT_LT(place_of(u"asked"), place_of(u"Matched Signatures:"));
     EXPECT_LT(place_of(u"Test Results:"), place_of(u"told"));
     EXPECT_EQ(place_of(u"told") + 2, static_cast<std::ptrdiff_t>(reached.report.size()));
-}
-
-TEST(community_steps, a_fault_while_the_verdict_is_told_is_a_fault_of_the_rating) {
-    recording_services services;
-    services.on_touch = [](auto&, auto&) { throw std::runtime_error("no memory"); };
-    part message(mail);
-    EXPECT_EQ(filter_engine(services).score(message, occasion::first).settled_by, decision::error);
-    EXPECT_THAT(community_events(services),
-                ElementsAre("match", testing::_, testing::_, "touch HAM",
-                            "log 2 Exception 'no memory' in score()"));
 }
 
 // The engine on a real store, with a real server on loopback.
@@ -189,58 +176,6 @@ TEST_F(community_services, others_votes_make_the_rating_and_the_verdict_goes_bac
                     "2 Location: Oslo", "2 Database: Serial: 64, Last update: 1 seconds ago"));
 }
 
-TEST_F(community_services, without_a_good_answer_the_local_rating_stays) {
-    at(tree_key::machine_community).set_integer(u"Timeout", 1);
-    enum class counts { errors, timeouts };
-    const struct {
-        const char* name;
-        scripted_peer::script answers;
-        counts counted;
-        const char* told;
-    } rows[] = {
-        {"silence", [](auto&) { return replies{}; }, counts::timeouts, "operation_timed_out"},
-        {"another format", [](auto& request) { return replies{response_to(request, "SCHEMA=2")}; },
-         counts::errors, "Location"},
-        {"an entry that was not asked for",
-         [](auto& request) {
-             return replies{response_to(request, "SCHEMA=1", "B\tB\tB\tE\tB\tB\tB\r\n")};
-         },
-         counts::errors, "Location"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        brindlemoss::spam::communication::shutdown();
-        const std::uint32_t errors = protocol(u"Errors");
-        const std::uint32_t timeouts = protocol(u"Timeouts");
-        const std::uint32_t sent = transferred(u"Bytes Transmitted");
-        scripted_peer peer(community_server(row.answers));
-        use(peer.host());
-        const verdict reached = score();
-        EXPECT_EQ(reached.settled_by, decision::analysed);
-        EXPECT_EQ(reached.rating, 0);
-        EXPECT_FALSE(reached.signatures.front().matched);
-        const bool is_error = row.counted == counts::errors;
-        EXPECT_EQ(protocol(u"Errors") - errors, is_error ? 1u : 0u);
-        EXPECT_EQ(protocol(u"Timeouts") - timeouts, is_error ? 0u : 1u);
-        EXPECT_EQ(protocol(u"Queries"), 0u);
-        EXPECT_THAT(testing::PrintToString(community_lines(reached)), testing::HasSubstr(row.told));
-        const string match = peer.requests_of("MATCH", 1).front();
-        const string touch = peer.requests_of("TOUCH", 1).front();
-        EXPECT_TRUE(touch.starts_with("TOUCH\tCLASS=HAM\t")) << touch;
-        EXPECT_EQ(transferred(u"Bytes Transmitted") - sent, match.size() + touch.size());
-    }
-}
-
-TEST_F(community_services, a_server_that_dies_leaves_the_local_rating) {
-    at(tree_key::machine_community).set_integer(u"Timeout", 1);
-    scripted_peer peer(community_server(nothing_known));
-    use(peer.host());
-    brindlemoss::spam::communication::instance();
-    peer.stop();
-    EXPECT_EQ(score().settled_by, decision::analysed);
-    EXPECT_EQ(protocol(u"Timeouts"), 1u);
-}
-
 TEST_F(community_services, nobody_is_asked_while_no_server_is_named) {
     const verdict reached = score();
     EXPECT_EQ(reached.settled_by, decision::analysed);
@@ -248,19 +183,6 @@ TEST_F(community_services, nobody_is_asked_while_no_server_is_named) {
     EXPECT_EQ(transferred(u"Bytes Transmitted"), 0u);
     EXPECT_THAT(community_lines(reached),
                 ElementsAre("0 Executing Request:", "1 Operation failed. Discovery not started."));
-}
-
-TEST_F(community_services, votes_go_to_the_community) {
-    scripted_peer peer(community_server(nothing_known));
-    use(peer.host());
-    const filter_engine engine(services_);
-    EXPECT_TRUE(engine.report(part(mail)));
-    EXPECT_TRUE(engine.revoke(part(mail)));
-    const texts requests = peer.requests(3);
-    EXPECT_TRUE(requests[1].starts_with("REPORT-MSG\t")) << requests[1];
-    EXPECT_TRUE(requests[2].starts_with("REVOKE-MSG\t")) << requests[2];
-    EXPECT_EQ(counter(tree_key::user_statistics_user, u"Blocked"), 1u);
-    EXPECT_EQ(counter(tree_key::user_statistics_user, u"Unblocked"), 1u);
 }
 
 }  // namespace

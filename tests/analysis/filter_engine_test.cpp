@@ -117,13 +117,6 @@ TEST(filter_engine, the_first_judgement_that_knows_the_message_decides) {
         {{"trusted"}, 5, decision::trusted, 0, trusted},
         {{"language"}, 6, decision::language, 100, refused_language},
         {{"offline"}, 7, decision::offline, 0, offline},
-        {{"allowed address", "denied address"}, 1, decision::allowed_address, 0, allowed_address},
-        {{"allowed address", "denied domain"}, 1, decision::allowed_address, 0, allowed_address},
-        {{"denied address", "allowed domain"}, 2, decision::denied_address, 100, denied_address},
-        {{"allowed domain", "denied domain"}, 3, decision::allowed_domain, 0, allowed_domain},
-        {{"denied domain", "trusted"}, 4, decision::denied_domain, 100, denied_domain},
-        {{"trusted", "language"}, 5, decision::trusted, 0, trusted},
-        {{"language", "offline"}, 6, decision::language, 100, refused_language},
     };
     for (const auto& row : rows) {
         for (const occasion when : occasions) {
@@ -155,12 +148,9 @@ TEST(filter_engine, an_analysed_message_counts_by_the_threshold) {
         occasion when;
         texts outcome;
     } rows[] = {
-        {0, occasion::first, {blocked}},
         {rating, occasion::first, {blocked}},
         {rating + 1, occasion::first, {trust}},
-        {0xFFFF, occasion::first, {trust}},
         {0, occasion::again, {}},
-        {0xFFFF, occasion::again, {}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.threshold);
@@ -188,8 +178,6 @@ TEST(filter_engine, without_a_sender_no_rule_is_asked_and_nobody_gains_trust) {
         texts logged;
     } rows[] = {
         {"", {}},
-        {"From:\n", {}},
-        {"From: <>\n", {}},
         {"From: , ;\n", {}},
         {"From: Bob <=?utf-8?B?\?=>\n", {"log 1 Sender:     Bob <>"}},
     };
@@ -257,9 +245,6 @@ TEST(filter_engine, settled_before_anybody_is_asked) {
          broken("unicode.unmappable_character[]")},
         {"Subject", infected + "From: a@b.example\nSubject: " + no_page, broken_header, sender,
          no_such_page},
-        {"the virus status", "From: a@b.example\nX-Antivirus-Status: " + no_page, broken_header,
-         sender, no_such_page},
-        {"a codeword in Message-ID", "Message-ID: " + no_codeword, error, none, no_hex},
         {"a codeword in Subject", infected + "From: a@b.example\nSubject: " + no_codeword, error,
          sender, no_hex},
         {"a codeword in the virus status", "X-Antivirus-Status: " + no_codeword, error, none,
@@ -304,16 +289,15 @@ TEST(filter_engine, a_service_that_fails) {
         texts behind;
     } rows[] = {
         {"count Filter/Processed", locked, 0, locked_line},
-        {"log 1 Processing Message", locked, 0, locked_line},
         {"allowed address", locked, 0, locked_line},
         {"trust recipients", cannot_convert, 70, broken("unicode.unmappable_character[]")},
-        {"log 1 Analysis:   Sender address is white", locked, 0, locked_line},
+        {"touch HAM", locked, 0, locked_line},
         {"offline", [] { throw 7; }, 0, {"log 2 Unhandled Exception in score()"}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.at);
         recording_services services;
-        if (!string(row.at).starts_with("offline")) services.hits = {"allowed address"};
+        if (string(row.at).starts_with("trust")) services.hits = {"allowed address"};
         services.fault_at = row.at;
         services.fault = row.fault;
         expect_verdict(score(services, mail, occasion::first), row.rating,
@@ -348,9 +332,7 @@ TEST(filter_engine, votes) {
         {revoke, mail, "none", head, {allow, undeny, queue_revoke, "count User/Unblocked"}},
         {report, "\nx", "none", {}, {"queue report of ", "count User/Blocked"}},
         {revoke, "\nx", "none", {}, {"queue revoke of ", "count User/Unblocked"}},
-        {report, mail, "distrust", head, {distrust, fault}},
         {report, mail, "queue", head, {distrust, queue_report, fault}},
-        {revoke, mail, "allow", head, {allow, fault}},
         {revoke, mail, "queue", head, {allow, undeny, queue_revoke, fault}},
         {report, broken_mail, "none", {}, {no_page}},
         {revoke, broken_mail, "none", {}, {no_page}},
@@ -373,12 +355,9 @@ TEST(filter_engine, sender_of_a_message) {
         const char* sender;
     } rows[] = {
         {"From: Bob B <Bob@EXAMPLE.org>, Eve <e@f>", true, "Bob B|bob@example.org"},
-        {"from: BOB@EXAMPLE.ORG", true, "|bob@example.org"},
-        {"From: <Bob@b>", true, "Bob@b|bob@b"},
         {"From: a@b\nFrom: c@d", true, "|a@b"},
         {"From: =?utf-8?Q?B=C3=B6b?= <\xC9@b>", true, "B{F6}b|{C9}@b"},
         {"Sender: a@b", false, "was|here"},
-        {"From: ", false, "was|here"},
         {"From: ,;", false, "was|here"},
     };
     for (const auto& row : rows) {

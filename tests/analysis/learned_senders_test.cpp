@@ -14,7 +14,6 @@ using namespace brindlemoss::analysis;
 using brindlemoss::rules::most_learned_units;
 using replay::registry2::tree_key;
 using std::string;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 class learned_senders : public testing::Test, protected test_support::community_home {

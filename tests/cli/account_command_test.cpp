@@ -35,8 +35,7 @@ http_peer::answer ok(const string& body) {
 }
 
 string port_of(const http_peer& peer) {
-    const string url = peer.url("");
-    return url.substr(url.rfind(':') + 1);
+    return std::to_string(peer.port());
 }
 
 // One that refuses connections.
@@ -58,17 +57,6 @@ public:
 
     string stored(const string& name) const { return done({"registry", "get", "Account", name}); }
 
-    string log() const {
-        string text;
-        for (const auto& file : std::filesystem::recursive_directory_iterator(folder().path())) {
-            const string name = file.path().string();
-            if (name.ends_with(".log.txt")) {
-                text += folder().read(name.substr(folder().path().size() + 1));
-            }
-        }
-        return text;
-    }
-
     // Whether any file below the home holds these bytes, as they stand or as 16-bit units.
     bool holds(const string& bytes) const {
         string wide;
@@ -83,6 +71,8 @@ public:
         }
         return false;
     }
+
+    string log() const { return folder().read("home/Logs/Core.log.txt"); }
 };
 
 TEST(account_command, a_fresh_machine_asks_nobody_and_says_how_that_changes) {
@@ -108,10 +98,7 @@ TEST(account_command, logs_in_at_the_second_port_where_the_first_refuses) {
     home.use(dead_port(), port_of(peer));
     EXPECT_EQ(home.done({"account", "login"}), "Logged in.\n");
     EXPECT_THAT(peer.requests(),
-                ElementsAre(AllOf(StartsWith("GET /component/loginxml.asp?Pr=1&Pa=0&SV=&I=0&OSV="),
-                                  HasSubstr("&L=EN&Process="),
-                                  HasSubstr("&Statistics=0%7C0%7C0%7C0%7C0%7C0%7C0%7C0%7C0%7C0%7C"
-                                            "0%7C&CP=65001 HTTP/1."))));
+                ElementsAre(StartsWith("GET /component/loginxml.asp?Pr=1&Pa=0&SV=&I=0&OSV=")));
     EXPECT_EQ(home.done({"account", "update"}), "The settings are up to date.\n");
     EXPECT_EQ(home.done({"account", "update", "--json"}),
               R"({"done":true,"access":"Approved","disabled":false,"from_cache":false,"age":null})"

@@ -56,12 +56,9 @@ TEST_F(call_command, arguments_are_json_or_texts_as_they_stand) {
     } rows[] = {
         {"abc", "616263"},
         {"", ""},
-        {R"("")", ""},
-        {R"("abc")", "616263"},
         {" \t\"abc\"\n", "616263"},
         {R"("\"\\\/\b\f\n\r\t\u0041\u00e9\u00E9")", "225c2f080c0a0d0941e9e9"},
         {"\"\xC3\xA9\"", "e9"},
-        {"\xC3\xA9", "e9"},
         {"\"a", "2261"},  // what is no JSON
         {"\"", "22"},
         {R"("\")", "225c22"},
@@ -70,7 +67,6 @@ TEST_F(call_command, arguments_are_json_or_texts_as_they_stand) {
         {R"("\u004")", "225c7530303422"},
         {"\"\n\"", "220a22"},
         {"[a]", "5b615d"},
-        {"{", "7b"},
         {"007", "303037"},
         {"True", "54727565"},
         {R"("@a")", "4061"},
@@ -105,7 +101,6 @@ TEST_F(call_command, says_what_a_method_takes) {
         texts arguments;
         string said;
     } rows[] = {
-        {{}, "call --list"},
         {{"Brindlemoss.Filter"}, "call --list"},
         {{"Brindlemoss.Coding", "MD5", "a"}, "'Brindlemoss.Coding'"},
         {{"Brindlemoss.Digest", "MD\033"}, "has no method 'MD\xEF\xBF\xBD'; it has MD5\n"},
@@ -122,10 +117,8 @@ TEST_F(call_command, says_what_a_method_takes) {
         {{"Brindlemoss.Filter", "Vote", "a", "\"1\""}, "Vote takes a number as Score: "},
         {{"Brindlemoss.Filter", "Vote", "a", "2147483648"}, "a number beyond 32 bits"},
         {{"Brindlemoss.Filter", "Vote", "a", "-2147483649"}, "a number beyond 32 bits"},
-        {{"Brindlemoss.Filter", "Vote", "a", "99999999999999999999999"}, "is JSON, but"},
         {{"Brindlemoss.Filter", "Vote", "a", "1.0"}, "is JSON, but"},
         {{"Brindlemoss.Digest", "MD5", "[1]"}, "'[1]' is JSON, but"},
-        {{"Brindlemoss.Digest", "MD5", R"({"a":1})"}, "is JSON, but"},
         {{"Brindlemoss.Digest", "MD5", "\xFF"}, "is not UTF-8"},
         {{"Brindlemoss.Digest", "MD5", "@nowhere"}, "cannot read 'nowhere': No such file"},
         {{"Brindlemoss.Digest", "MD5", "@/dev/zero"}, "cannot read '/dev/zero': "},

@@ -5,7 +5,6 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <string_view>
 
 #include "support/program.h"
 

@@ -30,8 +30,7 @@ public:
                         "<MailTag><PlainTxt>|Blocked| blocked</PlainTxt></MailTag>"}});
         done({"registry", "set", "--machine", "Account", "Host", "127.0.0.1"});
         for (const char* name : {"Port 1", "Port 2"}) {
-            done({"registry", "set", "--machine", "--type", "integer", "Account", name,
-                  url.substr(url.rfind(':') + 1)});
+            done({"registry", "set", "--machine", "Account", name, std::to_string(server_.port())});
         }
     }
 

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace {
@@ -47,15 +46,7 @@ TEST(json_writer, wide_text) {
     for (const auto& [wide, expected] : rows) {
         json_writer json;
         json.text(wide);
-        string lower = json.line();
-        // Hexadecimal digits may be of either case.
-        for (std::size_t at = lower.find("\\u"); at != string::npos;
-             at = lower.find("\\u", at + 6)) {
-            for (std::size_t digit = at + 2; digit < at + 6; ++digit) {
-                if (lower.at(digit) >= 'A' && lower[digit] <= 'F') lower[digit] += 'a' - 'A';
-            }
-        }
-        EXPECT_EQ(lower, "\"" + string(expected) + "\"");
+        EXPECT_EQ(json.line(), "\"" + string(expected) + "\"");
     }
 }
 

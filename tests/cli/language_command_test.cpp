@@ -99,18 +99,15 @@ TEST_F(language_command_test, edits_the_list_so_that_the_wish_comes_true) {
         texts arguments;
         string after;
     } rows[] = {
-        {"refuse", "1", {}, {"refuse", "1049"}, "1049\n"},
         {"refuse by name and tag", "1", {}, {"refuse", "danish", "RU"}, "1030\n1049\n"},
         {"refuse by hexadecimal number", "1", {}, {"refuse", "0x419"}, "1049\n"},
         {"refuse all scripts", "1", {}, {"refuse", "Chinese"}, "2052\n1028\n"},
         {"refuse again", "1", {"1049"}, {"refuse", "ru", "Russian"}, "1049\n"},
         {"accept", "1", {"1030", "1049", "1033"}, {"accept", "1049"}, "1030\n1033\n"},
-        {"accept the last", "1", {"1049"}, {"accept", "1049"}, ""},
         {"accept what was written twice", "1", {"1049", "01049 x"}, {"accept", "ru"}, ""},
         {"accept what is not refused", "1", {"1030"}, {"accept", "1049"}, "1030\n"},
         {"accept a number of no language", "1", {"2057", "x"}, {"accept", "2057"}, "x\n"},
         {"accept among few", "0", {"1033"}, {"accept", "1049"}, "1033\n1049\n"},
-        {"accept the first", "0", {}, {"accept", "1049"}, "1049\n"},
         {"refuse among few", "0", {"1033", "1049"}, {"refuse", "1049"}, "1033\n"},
         {"refuse what is not accepted", "0", {"1033"}, {"refuse", "1049"}, "1033\n"},
     };
@@ -132,11 +129,8 @@ TEST_F(language_command_test, changes_nothing_where_it_cannot_do_all) {
         const char* complaint;
     } rows[] = {
         {"another country", "1", {"1030"}, {"refuse", "1049", "2057"}, "English is 1033"},
-        {"a number of nothing", "1", {"1030"}, {"refuse", "1049", "1023"}, "'1023' is not"},
         {"zero", "1", {"x"}, {"accept", "0"}, "'0' is not"},
-        {"too large a number", "1", {"1030"}, {"refuse", "4294968345"}, "'4294968345'"},
         {"an unknown name", "1", {"1030"}, {"refuse", "ru", "Elvish"}, "'Elvish' is no language"},
-        {"an empty name", "1", {"1030"}, {"refuse", ""}, "'' is no language"},
         {"without a number", "1", {"1030"}, {"refuse", "Esperanto"}, "Esperanto"},
         {"the last accepted", "0", {"1049"}, {"refuse", "1049"}, "Mode 1"},
         {"with all accepted", "0", {}, {"refuse", "1049"}, "Mode 1"},

@@ -3,14 +3,12 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "support/kept_home.h"
 
 namespace {
 
 using namespace test_support;
-using std::string;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;

@@ -6,10 +6,8 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "community/errors.h"
@@ -18,6 +16,7 @@
 #include "foundation/network_environment.h"
 #include "foundation/registry.h"
 #include "support/community_home.h"
+#include "support/heard_log.h"
 #include "support/watched_thread.h"
 
 namespace {
@@ -35,40 +34,6 @@ replay::log& communication_log() {
     return brindlemoss::module::instance().log_of(brindlemoss::subsystem::communication);
 }
 
-// What the communication log has heard since the last look, "3 Feedback: ...".
-class heard_lines {
-public:
-    heard_lines() {
-        static const bool is_listening = [] {
-            communication_log().add_listener(0, std::make_unique<listener>());
-            return true;
-        }();
-        EXPECT_TRUE(is_listening);
-        take();
-    }
-
-    texts take() {
-        const std::lock_guard guard(lock());
-        return std::exchange(lines(), {});
-    }
-
-private:
-    struct listener : replay::log::listener {
-        void write(std::int32_t level, std::string_view, std::string_view text) override {
-            const std::lock_guard guard(lock());
-            lines().push_back(std::to_string(level) + " " + std::string(text));
-        }
-    };
-    static std::mutex& lock() {
-        static std::mutex only;
-        return only;
-    }
-    static texts& lines() {
-        static texts only;
-        return only;
-    }
-};
-
 class communication_test : public testing::Test, protected community_home {
 protected:
     static void set_account(std::uint32_t identity, std::string_view password) {
@@ -76,12 +41,13 @@ protected:
         at(tree_key::user_account).set_bytes_text(u"Password", password);
     }
 
-    const part mail_{"Subject: a\n\nhello\n"};
+    const part mail_{"Subject: a\n\nhello\n\n\xE4 two\n"};
     const std::string body_ =
-        "Subject: a\r\nContent-Type: text/plain; charset=\"iso-8859-1\"\r\n\r\nhello\r\n\r\n\r\n";
+        "Subject: a\r\nContent-Type: text/plain; charset=\"iso-8859-1\"\r\n\r\n"
+        "hello\r\n\r\n\xE4 two\r\n\r\n\r\n";
     const std::string no_server_ = "3 Feedback: community_client.discovery_pending[]";
     const std::string stopped_ = "0 Feedback thread stopped";
-    heard_lines heard_;
+    heard_log<brindlemoss::subsystem::communication> heard_;
 };
 
 TEST_F(communication_test, the_time_for_a_query_is_a_setting_that_is_laid_down_when_missing) {
@@ -129,9 +95,10 @@ TEST_F(communication_test, votes_go_out_in_order_signed_with_the_account_of_the_
     use(peer.host());
     communication running;
     running.enqueue_report(mail_);
+    // The digests are of the lines without their ends, the first with the password before them.
     EXPECT_EQ(peer.requests_of("REPORT-MSG", 1).at(0),
-              "REPORT-MSG\tAUTH-ACCOUNT=A\tAUTH-DIGEST=hEt3RSq1zZUoe0JwT6qg6g\tAUTH-PRODUCT=B"
-              "\tMSG-DIGEST=hEt3RSq1zZUoe0JwT6qg6g\tRID=C\tSCHEMA=1\r\n" +
+              "REPORT-MSG\tAUTH-ACCOUNT=A\tAUTH-DIGEST=cNtshaBn2XuPPe9n42xi%2Fw\tAUTH-PRODUCT=B"
+              "\tMSG-DIGEST=cNtshaBn2XuPPe9n42xi%2Fw\tRID=C\tSCHEMA=1\r\n" +
                   body_);
     ASSERT_TRUE(running.feedback().wait_until_done(seconds(60)));
     set_account(64, "5f4dcc3b5aa765d61d8327deb882cf99");
@@ -139,8 +106,8 @@ TEST_F(communication_test, votes_go_out_in_order_signed_with_the_account_of_the_
     running.enqueue_report(part());
     running.enqueue_revoke(part());
     EXPECT_EQ(peer.requests_of("REVOKE-MSG", 2).at(0),
-              "REVOKE-MSG\tAUTH-ACCOUNT=BA\tAUTH-DIGEST=5lHRdGHzQfqobhB5nCbinw\tAUTH-PRODUCT=B"
-              "\tMSG-DIGEST=hEt3RSq1zZUoe0JwT6qg6g\tRID=D\tSCHEMA=1\r\n" +
+              "REVOKE-MSG\tAUTH-ACCOUNT=BA\tAUTH-DIGEST=MD2CMwnH47yaE9WdJCb2dg\tAUTH-PRODUCT=B"
+              "\tMSG-DIGEST=cNtshaBn2XuPPe9n42xi%2Fw\tRID=D\tSCHEMA=1\r\n" +
                   body_);
     ASSERT_TRUE(running.feedback().wait_until_done(seconds(60)));
 

@@ -1,7 +1,6 @@
 #include "community/discovery.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
@@ -23,12 +22,7 @@ using namespace std::chrono_literals;
 using replay::internet::address::host_not_found;
 using replay::internet::address::ip4;
 using replay::internet::address::ip4_address;
-using test_support::host_text;
-using test_support::loopback;
-using test_support::replies;
-using test_support::response_to;
-using test_support::scripted_peer;
-using test_support::watched_thread;
+using namespace test_support;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -110,7 +104,7 @@ TEST(server, is_read_from_its_records) {
 std::unique_ptr<scripted_peer> named_peer(const std::string& name, const std::string& more = {},
                                           bool held = false) {
     return std::make_unique<scripted_peer>([=](const std::string& request) -> replies {
-        test_support::reply answer(response_to(request, "SRV-FQDN=" + name + more));
+        reply answer(response_to(request, "SRV-FQDN=" + name + more));
         answer.held = held;
         return {answer};
     });
@@ -129,7 +123,7 @@ std::string hosts_of(const std::vector<std::unique_ptr<scripted_peer>>& peers) {
 std::vector<std::string> names_of(const server_list& servers) {
     std::vector<std::string> names;
     for (const auto& [latency, each] : servers) {
-        names.push_back(test_support::printable(each.name) + " " + std::to_string(latency));
+        names.push_back(printable(each.name) + " " + std::to_string(latency));
     }
     return names;
 }
@@ -139,15 +133,6 @@ client_options stopped_time(std::chrono::milliseconds probe_wait) {
     options.now = test_time;
     options.probe_wait = probe_wait;
     return options;
-}
-
-TEST(discovery, sends_a_request_of_one_line) {
-    const auto peer = named_peer("a");
-    client asking(ip4(), peer->host(), 3600, stopped_time(forever));
-    EXPECT_THAT(peer->requests(), ElementsAre("DISCOVER\tRID=B\tSCHEMA=1\r\n"));
-    asking.discover();
-    EXPECT_THAT(peer->requests(),
-                ElementsAre("DISCOVER\tRID=B\tSCHEMA=1\r\n", "DISCOVER\tRID=C\tSCHEMA=1\r\n"));
 }
 
 TEST(discovery, orders_servers_by_latency_and_equal_ones_as_they_were_asked) {
@@ -203,7 +188,7 @@ TEST(discovery, leaves_out_a_server_whose_records_are_wrong) {
 
 TEST(discovery, takes_the_first_of_two_answers_and_none_from_elsewhere) {
     scripted_peer peer([](const std::string& request) -> replies {
-        test_support::reply elsewhere(response_to(request, "SRV-FQDN=elsewhere"));
+        reply elsewhere(response_to(request, "SRV-FQDN=elsewhere"));
         elsewhere.from_another_port = true;
         return {elsewhere,
                 "R\tRID=zz\tSRV-FQDN=other\r\n",

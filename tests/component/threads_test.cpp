@@ -1,4 +1,6 @@
 #include <atomic>
+#include <map>
+#include <optional>
 #include <thread>
 
 #include "component/component_home.h"
@@ -14,6 +16,7 @@ using std::u16string;
 using test_support::http_peer;
 using test_support::scripted_peer;
 using test_support::wide;
+using values = std::vector<value>;
 
 constexpr int thread_count = 16;
 constexpr int round_count = 6;
@@ -23,160 +26,117 @@ u16string numeral(int number) {
     return wide(std::to_string(number));
 }
 
-// One object of each class that threads may share.
-struct shared_objects {
-    std::unique_ptr<IAccount> account = create<IAccount>();
-    std::unique_ptr<IAntiVirus> antivirus = create<IAntiVirus>();
-    std::unique_ptr<ICommunication> communication = create<ICommunication>();
-    std::unique_ptr<IDigest> digest = create<IDigest>();
-    std::unique_ptr<IFilter> filter = create<IFilter>();
-    std::unique_ptr<IFooter> footer = create<IFooter>();
-    std::unique_ptr<IHTTP> http = create<IHTTP>();
-    std::unique_ptr<ILanguageRecognition> languages = create<ILanguageRecognition>();
-    std::unique_ptr<ILocalization> texts = create<ILocalization>();
-    std::unique_ptr<IRules> rules = create<IRules>();
-    std::unique_ptr<IRulesSenderAllowed> allowed = create<IRulesSenderAllowed>();
-    std::unique_ptr<IRulesSenderDenied> denied = create<IRulesSenderDenied>();
-    std::unique_ptr<IRulesSenderTrusted> trusted = create<IRulesSenderTrusted>();
-    std::unique_ptr<IVersion> version = create<IVersion>();
-    std::unique_ptr<IXML> document = create<IXML>();
+u16string address_of(int thread, int round) {
+    return u"s" + numeral(thread) + u"." + numeral(round) + u"@a.example";
+}
+
+// What it gives must be what it would give to one thread alone; where others may change that,
+// nothing is told.
+struct call {
+    const char* prog_id;
+    const char* method;
+    std::vector<argument> given;
+    std::optional<values> wanted;
 };
 
-// The work of one thread. What it gets must be what it would get alone.
-class worker {
+// One object of each class that threads may share.
+class shared_objects {
 public:
-    worker(shared_objects& with, int number, const http_peer& peer)
-        : with_(with), number_(number), url_(wide(peer.url())) {}
-
-    void work(int round) {
-        rate(round);
-        keep_lists(round);
-        use_plain_classes(round);
-        use_the_network(round);
-    }
-
-private:
-    u16string address(int round) const {
-        return u"s" + numeral(number_) + u"." + numeral(round) + u"@a.example";
-    }
-
-    void rate(int round) {
-        std::int32_t rating = -1;
-        EXPECT_EQ(with_.filter->Score(u"X-Antivirus-Status: Infected\n", no, rating), success);
-        EXPECT_EQ(rating, 100);
-        const u16string mail =
-            u"From: " + address(round) + u"\nSubject: a\n\nhello, how are you?\n";
-        EXPECT_EQ(with_.filter->Score(mail, yes, rating), success);
-        EXPECT_TRUE(rating >= 0 && rating <= 100) << rating;
-        EXPECT_EQ(with_.filter->Vote(mail, -1, rating), success);
-        EXPECT_EQ(rating, 1);
-        u16string merged;
-        EXPECT_EQ(with_.filter->MergeHeader(mail, u"Received: 1", merged), success);
-        EXPECT_NE(merged.find(u"\r\nReceived: 1\r\n"), merged.npos);
-        EXPECT_EQ(with_.languages->Accept(mail, is_so_), success);
-        EXPECT_EQ(is_so_, yes);
-        EXPECT_EQ(with_.languages->Classify(u"\n", rating), success);
-        EXPECT_EQ(rating, 0);
-    }
-
-    void keep_lists(int round) {
-        const u16string own = address(round);
-        EXPECT_EQ(with_.rules->DenyAddress(own, amount_), success);
-        EXPECT_EQ(with_.rules->Denied(own, is_so_), success);
-        EXPECT_EQ(is_so_, yes);
-        EXPECT_EQ(with_.allowed->AddAddress(u"N", own, u""), success);
-        EXPECT_EQ(with_.allowed->Match(own, is_so_), success);
-        EXPECT_EQ(is_so_, yes);
-        EXPECT_EQ(with_.denied->Match(own, is_so_), success);
-        EXPECT_EQ(is_so_, no);
-        EXPECT_EQ(with_.denied->AddDomain(u"d" + numeral(number_) + u".example", u""), success);
-        EXPECT_EQ(with_.denied->EnumerateDomains(text_), success);
-        EXPECT_EQ(with_.trusted->AddAddress(u"", u"all@b.example"), success);
-        const truth quiet = yes;
-        EXPECT_EQ(with_.rules->Silent(&quiet), success);
-    }
-
-    void use_plain_classes(int round) {
-        EXPECT_EQ(with_.document->Parse(u"<a>" + numeral(number_) + u"</a>"), success);
-        EXPECT_EQ(with_.document->Setting(u"a", text_), success);
-        EXPECT_FALSE(text_.empty());
-        EXPECT_EQ(with_.digest->MD5(u"abc", text_), success);
-        EXPECT_EQ(text_, u"900150983cd24fb0d6963f7d28e17f72");
-        EXPECT_EQ(create<ICoding>()->Base64Encode(u"A", text_), success);
-        EXPECT_EQ(text_, u"QQ==");
-        EXPECT_EQ(with_.antivirus->Infected(u"", text_, text_, is_so_), not_implemented);
-        EXPECT_EQ(with_.version->Partner(amount_), success);
-        EXPECT_EQ(amount_, 5);
-        EXPECT_EQ(round % 3 == 0 ? with_.texts->Reload() : success, success);
-        EXPECT_EQ(with_.texts->GetString(u"a", u"b", text_ = u"none"), success);
-        EXPECT_TRUE(text_ == u"none" || text_ == u"one");
-        EXPECT_EQ(with_.texts->SetLanguage(u"EN"), success);
-
-        const auto made = create_object("brindlemoss.digest.1");
-        const argument given[] = {u"abc"};
-        std::vector<value> results;
-        EXPECT_EQ(made->invoke("md5", given, results), success);
-        EXPECT_EQ(results.size(), 1u);
-        EXPECT_EQ(classes().size(), 16u);
-        EXPECT_FALSE(can_unload_now());
-    }
-
-    void use_the_network(int round) {
-        EXPECT_EQ(with_.footer->GetFooter(u"text/plain", text_, is_so_), success);
-        EXPECT_EQ(with_.footer->Insert(text_ = u"\nx", is_so_), success);
-        EXPECT_EQ(with_.account->Setting(u"BrindlemossLogin", text_), success);
-        EXPECT_EQ(with_.communication->Offline(is_so_), success);
-        EXPECT_EQ(is_so_, no);
-        switch ((number_ + round) % 8) {  // what takes long, by turns
-            case 0: EXPECT_EQ(with_.communication->Shutdown(), success); break;
-            case 1:
-                EXPECT_EQ(with_.communication->Reset(is_so_), success);
-                EXPECT_EQ(is_so_, yes);
-                break;
-            case 2:
-            case 3: EXPECT_EQ(with_.communication->Ping(is_so_), success); break;
-            case 4:
-                EXPECT_EQ(with_.account->Login(is_so_), success);
-                EXPECT_EQ(is_so_, yes);
-                break;
-            case 5:
-                EXPECT_EQ(with_.account->Update(is_so_), success);
-                EXPECT_EQ(is_so_, yes);
-                break;
-            default:
-                EXPECT_EQ(with_.http->Get(url_, text_, amount_), success);
-                EXPECT_EQ(amount_, 200);
+    shared_objects() {
+        for (const class_description& each : classes()) {
+            if (each.shared_between_threads) made_[each.prog_id] = create_object(each.prog_id);
         }
     }
 
-    shared_objects& with_;
-    const int number_;
-    const u16string url_;
-    u16string text_;
-    truth is_so_ = no;
-    std::int32_t amount_ = 0;
+    void make(const call& each) const {
+        SCOPED_TRACE(string(each.prog_id) + "." + each.method);
+        values results;
+        EXPECT_EQ(made_.at(each.prog_id)->invoke(each.method, each.given, results), success);
+        if (each.wanted) {
+            EXPECT_EQ(results, *each.wanted);
+        }
+    }
+
+private:
+    std::map<string, std::unique_ptr<object>> made_;
 };
+
+void rate_and_keep_lists(const shared_objects& with, int number, int round) {
+    const u16string own = address_of(number, round);
+    const u16string domain = u"d" + numeral(number) + u".example";
+    const u16string mail = u"From: " + own + u"\nSubject: a\n\nhello, how are you?\n";
+    const u16string typed = u"Content-Type: text/plain; charset=\"utf-8\"";
+    const u16string merged = typed + u"\r\nReceived: 1\r\n\r\n";
+    const call calls[] = {
+        {"Brindlemoss.Filter", "Score", {u"X-Antivirus-Status: Infected\n", false}, values{100}},
+        {"Brindlemoss.Filter", "Score", {mail, true}, {}},
+        {"Brindlemoss.Filter", "Vote", {mail, -1}, values{1}},
+        {"Brindlemoss.Filter", "MergeHeader", {typed, u"Received: 1"}, values{merged}},
+        {"Brindlemoss.LanguageRecognition", "Accept", {mail}, values{true}},
+        {"Brindlemoss.LanguageRecognition", "Classify", {u"\n"}, values{0}},
+        {"Brindlemoss.Rules", "DenyAddress", {own}, values{1}},
+        {"Brindlemoss.Rules", "Denied", {own}, values{true}},
+        {"Brindlemoss.RulesSenderAllowed", "AddAddress", {u"N", own, u""}, values()},
+        {"Brindlemoss.RulesSenderAllowed", "Match", {own}, values{true}},
+        {"Brindlemoss.RulesSenderDenied", "Match", {own}, values{false}},
+        {"Brindlemoss.RulesSenderDenied", "AddDomain", {domain, u""}, values()},
+        {"Brindlemoss.RulesSenderDenied", "EnumerateDomains", {}, {}},
+        {"Brindlemoss.RulesSenderTrusted", "AddAddress", {u"", u"all@b.example"}, values()},
+        {"Brindlemoss.Rules", "Silent", {true}, values()},
+    };
+    for (const call& each : calls) with.make(each);
+}
+
+void use_plain_classes(const shared_objects& with, int number) {
+    const u16string document = u"<a>" + numeral(number) + u"</a>";
+    const call calls[] = {
+        {"Brindlemoss.XML", "Parse", {document}, values()},
+        {"Brindlemoss.XML", "Setting", {u"a"}, {}},
+        {"Brindlemoss.Digest", "MD5", {u"abc"}, values{u"900150983cd24fb0d6963f7d28e17f72"}},
+        {"Brindlemoss.Version", "Partner", {}, values{5}},
+        {"Brindlemoss.Localization", "Reload", {}, values()},
+        {"Brindlemoss.Localization", "GetString", {u"a", u"b"}, values{u"one"}},
+        {"Brindlemoss.Localization", "SetLanguage", {u"EN"}, values()},
+    };
+    for (const call& each : calls) with.make(each);
+    values results;
+    const argument given[] = {u"A"};
+    EXPECT_EQ(create_object("core.coding.1")->invoke("base64encode", given, results), success);
+    EXPECT_EQ(results, values{u"QQ=="});
+    EXPECT_EQ(classes().size(), 16u);
+    EXPECT_FALSE(can_unload_now());
+}
+
+// What takes long goes by turns.
+void use_the_network(const shared_objects& with, int turn, const u16string& url) {
+    with.make({"Brindlemoss.Footer", "GetFooter", {u"text/plain"}, {}});
+    with.make({"Brindlemoss.Footer", "Insert", {u"\nx"}, {}});
+    with.make({"Brindlemoss.Account", "Setting", {u"BrindlemossLogin"}, {}});
+    with.make({"Brindlemoss.Communication", "Offline", {}, values{false}});
+    const call calls[] = {
+        {"Brindlemoss.Communication", "Shutdown", {}, values()},
+        {"Brindlemoss.Communication", "Reset", {}, values{true}},
+        {"Brindlemoss.Communication", "Ping", {}, {}},
+        {"Brindlemoss.Communication", "Ping", {}, {}},
+        {"Brindlemoss.Account", "Login", {}, values{true}},
+        {"Brindlemoss.Account", "Update", {}, values{true}},
+        {"Brindlemoss.HTTP", "Status", {url}, values{200}},
+        {"Brindlemoss.HTTP", "Status", {url}, values{200}},
+    };
+    with.make(calls[static_cast<std::size_t>(turn) % std::size(calls)]);
+}
 
 class threads_test : public test_support::component_test {
 protected:
     threads_test() {
-        const string url = server_.url("");
-        server_.serve({{"HTTP/1.1 200 OK\r\n\r\n<BrindlemossLogin><URL><Email>" + url +
+        server_.serve({{"HTTP/1.1 200 OK\r\n\r\n<BrindlemossLogin><URL><Email>" + server_.url("") +
                         "/</Email></URL></BrindlemossLogin>"}});
         installed_.file("Languages/EN0.ini", "");
         installed_.file("Languages/EN5.ini", "[a]\nb=one\n");
-        const std::vector<std::vector<string>> values = {
-            {"Account", "Host", "127.0.0.1"},
-            {"--type", "integer", "Account", "Port 1", url.substr(url.rfind(':') + 1)},
-            {"--type", "integer", "Installation", "Partner", "5"},
-            {"Installation", "Directory", installed_.path() + "/"},
-            {"Community", "Server", community_.host()},
-            {"--type", "integer", "Community", "Refresh", "3600"},
-        };
-        for (std::vector<string> value : values) {
-            value.insert(value.begin(), "--machine");
-            keep(value);
-        }
+        use_account_server(server_.port());
+        keep({"--machine", "--type", "integer", "Installation", "Partner", "5"});
+        keep({"--machine", "Installation", "Directory", installed_.path() + "/"});
+        use_community(community_.host());
     }
 
     const test_support::temporary_folder installed_;
@@ -185,15 +145,16 @@ protected:
 };
 
 TEST_F(threads_test, sixteen_threads_in_every_class_while_the_library_goes_and_comes) {
-    shared_objects with;
+    const shared_objects with;
+    const u16string url = wide(server_.url());
     std::atomic<int> rounds_done = 0;
     std::vector<std::thread> threads;
     for (int number = 0; number < thread_count; ++number) {
         threads.emplace_back([&, number] {
-            worker worker(with, number, server_);
-            for (int round = 0; round < round_count; ++round) {
-                worker.work(round);
-                ++rounds_done;
+            for (int round = 0; round < round_count; ++round, ++rounds_done) {
+                rate_and_keep_lists(with, number, round);
+                use_plain_classes(with, number);
+                use_the_network(with, number + round, url);
             }
         });
     }
@@ -206,16 +167,14 @@ TEST_F(threads_test, sixteen_threads_in_every_class_while_the_library_goes_and_c
     truth is_allowed = no;
     for (int number = 0; number < thread_count; ++number) {
         for (int round = 0; round < round_count; ++round) {
-            const u16string address =
-                u"s" + numeral(number) + u"." + numeral(round) + u"@a.example";
-            with.allowed->Match(address, is_allowed);
+            create<IRulesSenderAllowed>()->Match(address_of(number, round), is_allowed);
             EXPECT_EQ(is_allowed, yes) << number << " " << round;
         }
     }
     u16string entries;
-    with.trusted->EnumerateAddresses(entries);
+    create<IRulesSenderTrusted>()->EnumerateAddresses(entries);
     EXPECT_EQ(entries.find(u"\tall@b.example\t" + numeral(thread_count * round_count) + u"\t"), 0u);
-    with.denied->EnumerateAddresses(entries);
+    create<IRulesSenderDenied>()->EnumerateAddresses(entries);
     EXPECT_EQ(entries, u"");
 }
 

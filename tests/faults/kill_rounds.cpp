@@ -78,13 +78,12 @@ public:
     }
 
     void run_round() {
-        ledgers_.clear();
+        for (ledger& each : ledgers_) each.begun = each.returned = 0;
         const unsigned workers = 1 + random_() % most_workers;
         if (random_() % 2 == 0) fill_log();
         kill_some(workers);
         check_store(workers);
         check_log(workers);
-        done_.killed += workers;
     }
 
     // Kills a process that makes its stores and lists in a fresh home.
@@ -97,9 +96,7 @@ public:
             for (;;) ::pause();
         });
         std::this_thread::sleep_for(microseconds(random_() % latest_moment));
-        child.kill(SIGKILL);
-        if (child.wait() != -SIGKILL) throw std::runtime_error("a worker ended by itself");
-        ++done_.killed;
+        kill(child);
         stored_facts();
         registry::at(registry::tree_key::machine_community);
         registry::close_all();
@@ -143,11 +140,14 @@ private:
         const auto begin = std::chrono::steady_clock::now();
         for (unsigned worker = 0; worker < workers; ++worker) {
             std::this_thread::sleep_until(begin + microseconds(moments[worker]));
-            children[worker]->kill(SIGKILL);
-            if (children[worker]->wait() != -SIGKILL) {
-                throw std::runtime_error("a worker ended by itself");
-            }
+            kill(*children[worker]);
         }
+    }
+
+    void kill(child_process& worker) {
+        worker.kill(SIGKILL);
+        if (worker.wait() != -SIGKILL) throw std::runtime_error("a worker ended by itself");
+        ++done_.killed;
     }
 
     void check_store(unsigned workers) {
@@ -224,7 +224,7 @@ private:
 
     const std::string home_;
     std::mt19937 random_;
-    shared_ledgers<most_workers> ledgers_;
+    ledgers& ledgers_ = shared_ledgers();
     facts known_;
     std::string complaints_;
     std::size_t size_before_ = 0;

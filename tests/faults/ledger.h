@@ -47,30 +47,15 @@ struct ledger {
 };
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free, "processes share it");
 
-template <unsigned many>
-class shared_ledgers {
-public:
-    shared_ledgers()
-        : room_(::mmap(nullptr, sizeof(all), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1,
-                       0)) {
-        if (room_ == MAP_FAILED) throw std::runtime_error("no shared memory");
-        all_ = new (room_) all;
-    }
-    ~shared_ledgers() { ::munmap(room_, sizeof(all)); }
-    shared_ledgers(const shared_ledgers&) = delete;
-    shared_ledgers& operator=(const shared_ledgers&) = delete;
+inline constexpr unsigned most_workers = 4;
+using ledgers = std::array<ledger, most_workers>;
 
-    ledger& operator[](unsigned worker) { return (*all_)[worker]; }
-
-    void clear() {
-        for (ledger& each : *all_) each.begun = each.returned = 0;
-    }
-
-private:
-    using all = std::array<ledger, many>;
-
-    void* room_;
-    all* all_;
-};
+// For this process and those that it forks; stays as long as they do.
+inline ledgers& shared_ledgers() {
+    void* const room =
+        ::mmap(nullptr, sizeof(ledgers), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED) throw std::runtime_error("no shared memory");
+    return *new (room) ledgers;
+}
 
 }  // namespace kill_rounds

@@ -9,8 +9,6 @@
 
 namespace kill_rounds {
 
-inline constexpr unsigned most_workers = 4;
-
 // What an operation does to one number of the store: adds to it or sets it.
 struct effect {
     std::string fact;  // as stored_facts() names it

@@ -33,7 +33,6 @@ TEST_F(log_fault_test, the_next_line_takes_away_what_a_killed_writer_left_of_one
         string before;
         string kept;
     } rows[] = {
-        {"nothing", "", ""},
         {"whole lines", whole, whole},
         {"one byte", whole + "t", whole},
         {"all but the last byte", whole + "three\r", whole},
@@ -80,9 +79,13 @@ TEST_F(log_fault_test, a_copy_that_a_killed_writer_left_goes_with_the_next) {
     EXPECT_FALSE(std::filesystem::exists(base_ + ".log.txt.part"));
 }
 
-TEST_F(log_fault_test, goes_on_when_its_folder_is_gone) {
+TEST_F(log_fault_test, goes_on_when_its_file_or_folder_is_gone) {
     log::file file(base_, plenty, 1);
     write(file, "one");
+    std::filesystem::remove(base_ + ".log.txt");
+    write(file, "anew");
+    EXPECT_EQ(read("core.log.txt"), "anew\r\n");
+
     std::filesystem::remove_all(folder_.path("Logs"));
     write(file, "two");
     EXPECT_EQ(read("core.log.txt"), "two\r\n");

@@ -23,6 +23,8 @@
 #include "platform/clock.h"
 #include "platform/paths.h"
 #include "support/child_process.h"
+#include "support/failure_text.h"
+#include "support/in_threads.h"
 #include "support/size_limit.h"
 #include "support/temporary_folder.h"
 #include "support/watched_thread.h"
@@ -216,11 +218,9 @@ TEST_F(log_file_test, old_files_are_numbered_from_the_oldest) {
         std::array<const char*, 4> old;  // from number 1 on, the digits of their lines
         const char* current;
     } rows[] = {
-        {-1, 3, {"", "", "", ""}, "3"},        {0, 3, {"", "", "", ""}, "3"},
-        {1, 2, {"1", "", "", ""}, "2"},        {1, 5, {"4", "", "", ""}, "5"},
-        {3, 3, {"1", "2", "", ""}, "3"},       {3, 4, {"1", "2", "3", ""}, "4"},
-        {3, 5, {"2", "3", "4", ""}, "5"},      {3, 7, {"4", "5", "6", ""}, "7"},
-        {maximum, 3, {"1", "2", "", ""}, "3"},
+        {-1, 3, {"", "", "", ""}, "3"},   {0, 3, {"", "", "", ""}, "3"},
+        {1, 5, {"4", "", "", ""}, "5"},   {3, 4, {"1", "2", "3", ""}, "4"},
+        {3, 7, {"4", "5", "6", ""}, "7"}, {maximum, 3, {"1", "2", "", ""}, "3"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.history) + "/" + std::to_string(row.lines));
@@ -258,13 +258,8 @@ TEST_F(log_file_test, old_file_that_cannot_move_keeps_the_others_and_the_line_is
 }
 
 TEST_F(log_file_test, file_that_cannot_be_opened_throws) {
-    const auto message_of = [](const std::string& base) -> std::string {
-        try {
-            log::file file(base, 1000, 1);
-        } catch (const log::generic& error) {
-            return error.what();
-        }
-        return "nothing thrown";
+    const auto message_of = [](const std::string& base) {
+        return test_support::failure_of([&] { log::file(base, 1000, 1); });
     };
     EXPECT_EQ(message_of(folder_.path("no/such/folder")),
               "log[CreateFile failed: No such file or directory]");
@@ -273,19 +268,7 @@ TEST_F(log_file_test, file_that_cannot_be_opened_throws) {
     const std::string pipe = folder_.path("pipe");
     ASSERT_EQ(::mkfifo((pipe + ".log.txt").c_str(), 0600), 0);
     EXPECT_EQ(message_of(pipe).find("log[CreateFile failed: "), 0u);
-}
-
-TEST_F(log_file_test, name_of_the_lock_has_no_separators) {
-    EXPECT_EQ(log::file::mutex_name("C:\\Logs\\core"), "log-C:_Logs_core");
-    EXPECT_EQ(log::file::mutex_name("/var/log/core"), "log-_var_log_core");
-}
-
-TEST_F(log_file_test, removed_file_is_begun_anew) {
-    log::file file(base_, 1000, 1);
-    write(file, "one");
-    std::filesystem::remove(base_ + ".log.txt");
-    write(file, "two");
-    EXPECT_EQ(current(), "two\r\n");
+    EXPECT_EQ(log::file::mutex_name("C:\\Logs/core"), "log-C:_Logs_core");
 }
 
 TEST_F(log_file_test, closed_descriptor_loses_the_line_and_nothing_else) {
@@ -342,76 +325,35 @@ TEST_F(log_file_test, rotation_on_a_full_disk_leaves_no_torn_copy) {
     EXPECT_EQ(current(), "line\r\n");
 }
 
-// The lines of all files in the order of writing, by their writer's letter.
-std::map<char, lines> lines_by_writer(const temporary_folder& folder) {
-    std::string all;
-    for (int number = 1;; ++number) {
-        const std::string name = "core." + std::to_string(number) + ".log.txt";
-        if (!std::filesystem::exists(folder.path(name))) break;
-        all += folder.read(name);
-    }
-    all += folder.read("core.log.txt");
-    std::map<char, lines> found;
-    for (std::size_t begin = 0; begin < all.size();) {
-        const std::size_t end = std::min(all.find("\r\n", begin), all.size());
-        found[all[begin]].push_back(all.substr(begin, end - begin));
-        begin = end + 2;
-    }
-    return found;
-}
-
+// One writer has the file open since before the fork, the other has opened it by itself.
 TEST_F(log_file_test, two_processes_tear_and_lose_no_line_across_rotations) {
     constexpr int each = 400;
-    lines wanted_tails;
-    for (int line = 0; line < each; ++line) {
-        wanted_tails.push_back(std::to_string(line) + std::string(line % 90, '.'));
-    }
-    for (const bool is_opened_before_fork : {false, true}) {
-        SCOPED_TRACE(is_opened_before_fork);
-        const temporary_folder folder;
-        const std::string base = folder.path("core");
-        std::unique_ptr<log::file> early;
-        if (is_opened_before_fork) early = std::make_unique<log::file>(base, 2000, 1000);
-        const auto write_all = [&](char writer) {
-            std::unique_ptr<log::file> own;
-            if (!early) own = std::make_unique<log::file>(base, 2000, 1000);
-            log::file& file = early ? *early : *own;
-            for (const std::string& tail : wanted_tails) write(file, writer + tail);
-        };
-        child_process one([&] { write_all('a'); });
-        child_process two([&] { write_all('b'); });
-        EXPECT_EQ(one.wait(), 0);
-        EXPECT_EQ(two.wait(), 0);
-
-        std::map<char, lines> wanted;
-        for (const char writer : {'a', 'b'}) {
-            for (const std::string& tail : wanted_tails) wanted[writer].push_back(writer + tail);
+    const auto write_all = [&](log::file& file, char writer) {
+        for (int line = 0; line < each; ++line) {
+            write(file, writer + std::to_string(line) + std::string(line % 90, '.'));
         }
-        EXPECT_EQ(lines_by_writer(folder), wanted);
-        EXPECT_TRUE(std::filesystem::exists(base + ".10.log.txt"));
-    }
-}
-
-TEST_F(log_file_test, killed_writer_leaves_whole_lines_and_a_free_lock) {
-    test_support::pipe_ends started;
-    child_process writer([&] {
-        log::file file(base_, 500, 3);
-        for (int line = 0;; ++line) {
-            write(file, "killed in the midst of it");
-            if (line == 50) started.put('!');
-        }
+    };
+    log::file early(base_, 2000, 1000);
+    child_process one([&] { write_all(early, 'a'); });
+    child_process two([&] {
+        log::file own(base_, 2000, 1000);
+        write_all(own, 'b');
     });
-    ASSERT_TRUE(started.get());
-    writer.kill(SIGKILL);
-    EXPECT_EQ(writer.wait(), -SIGKILL);
-    log::file file(base_, 1000, 3);
-    write(file, "survivor");
-    const std::string end = "survivor\r\n";
-    std::string all = current();
-    ASSERT_GE(all.size(), end.size());
-    EXPECT_EQ(all.substr(all.size() - end.size()), end);
-    all.resize(all.size() - end.size());
-    for (const std::string& text : {all, old(1), old(2), old(3)}) EXPECT_EQ(text.size() % 27, 0u);
+    EXPECT_EQ(one.wait(), 0);
+    EXPECT_EQ(two.wait(), 0);
+
+    std::string all;
+    for (int number = 1; !old(number).empty(); ++number) all += old(number);
+    all += current();
+    EXPECT_TRUE(std::filesystem::exists(base_ + ".10.log.txt"));
+    std::map<char, int> next;  // line of each writer
+    for (std::size_t begin = 0, end; begin < all.size(); begin = end + 2) {
+        end = std::min(all.find("\r\n", begin), all.size());
+        const int line = next[all[begin]]++;
+        ASSERT_EQ(all.substr(begin + 1, end - begin - 1),
+                  std::to_string(line) + std::string(line % 90, '.'));
+    }
+    EXPECT_EQ(next, (std::map<char, int>{{'a', each}, {'b', each}}));
 }
 
 TEST_F(log_test, threads_share_a_log_and_its_target) {
@@ -421,14 +363,9 @@ TEST_F(log_test, threads_share_a_log_and_its_target) {
     main.add_listener(0, std::make_unique<memory>(heard, ""));
     log part;
     part.add_listener(0, std::make_unique<log::proxy>(main, "Part: "));
-    {
-        const watched_thread first([&] {
-            for (int i = 0; i < each; ++i) part.writef(1, "%i", i);
-        });
-        const watched_thread second([&] {
-            for (int i = 0; i < each; ++i) main.writef(1, "%i", i);
-        });
-    }
+    test_support::in_threads(2, [&](int number) {
+        for (int i = 0; i < each; ++i) (number == 0 ? part : main).writef(1, "%i", i);
+    });
     EXPECT_EQ(heard.size(), 2u * each);
 }
 

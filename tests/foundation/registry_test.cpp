@@ -17,6 +17,7 @@
 #include "foundation/counters.h"
 #include "platform/paths.h"
 #include "support/child_process.h"
+#include "support/in_threads.h"
 #include "support/temporary_folder.h"
 
 namespace replay::registry2 {
@@ -110,30 +111,26 @@ TEST_F(registry, keeps_values_as_the_bytes_of_their_type) {
     EXPECT_EQ(test.get_raw(u"missing"), std::nullopt);
 }
 
-struct text_case {
-    const char* what;
-    std::string bytes;
-    std::u16string text;
-};
-
-const text_case text_cases[] = {
-    {"with its NUL", std::string("a\0b\0\0\0", 6), u"ab"},
-    {"without a NUL", std::string("a\0b\0", 4), u"ab"},
-    {"no bytes", "", u""},
-    {"half a character", std::string("a\0b", 3), u"a"},
-    {"a NUL inside stays", std::string("a\0\0\0b\0\0\0", 8), std::u16string(u"a\0b", 3)},
-    {"a lone surrogate stays", std::string("\0\xD8\0\0", 4), u"\xD800"},
-};
-
 TEST_F(registry, reads_text_however_it_ends_and_never_expands_it) {
     const key test = user_key();
-    for (const std::int32_t type :
-         {value_type::text, value_type::expandable_text, value_type::none}) {
-        for (const text_case& row : text_cases) {
-            SCOPED_TRACE(row.what);
-            test.set_raw(u"t", {type, row.bytes});
-            EXPECT_EQ(test.get_text(u"t", u"default", write_back::no), row.text);
-        }
+    const struct {
+        const char* what;
+        std::int32_t type;
+        std::string bytes;
+        std::u16string text;
+    } rows[] = {
+        {"with its NUL", value_type::text, std::string("a\0b\0\0\0", 6), u"ab"},
+        {"without a NUL", value_type::expandable_text, std::string("a\0b\0", 4), u"ab"},
+        {"no bytes", value_type::none, "", u""},
+        {"half a character", value_type::none, std::string("a\0b", 3), u"a"},
+        {"a NUL inside stays", value_type::text, std::string("a\0\0\0b\0\0\0", 8),
+         std::u16string(u"a\0b", 3)},
+        {"a lone surrogate stays", value_type::text, std::string("\0\xD8\0\0", 4), u"\xD800"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        test.set_raw(u"t", {row.type, row.bytes});
+        EXPECT_EQ(test.get_text(u"t", u"default", write_back::no), row.text);
     }
     test.set_raw(u"t", {value_type::expandable_text, std::string("%\0A\0%\0\0\0", 8)});
     EXPECT_EQ(test.get_text(u"t", u"", write_back::no), u"%A%");
@@ -208,80 +205,46 @@ TEST_F(registry, reads_only_values_of_the_right_type_and_size) {
     const auto as_counter = [&] { test.add_to_integer(u"v", 1); };
     const stored_value text{value_type::text, std::string("a\0\0\0", 4)};
     const stored_value number{value_type::integer, "1234"};
+    const stored_value short_number{value_type::integer, "12"};
     const struct {
         const char* what;
         stored_value value;
         std::function<void()> read;
-        const char* thrown;
+        const char* differs;
+        int expected;
+        int found;
     } rows[] = {
-        {"a text as a number", text, as_integer,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 4 found 1]"},
-        {"a long text as a number",
-         {value_type::text, std::string(20, '\0')},
-         as_integer,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 4 found 1]"},
-        {"two binary bytes as a number",
-         {value_type::binary, "12"},
-         as_integer,
-         "registry2.size_mismatch[Size mismatch: value \"v\" expected 4 found 2]"},
-        {"no bytes as a number",
-         {value_type::binary, ""},
-         as_integer,
-         "registry2.size_mismatch[Size mismatch: value \"v\" expected 4 found 0]"},
-        {"four binary bytes as a number",
-         {value_type::binary, "1234"},
-         as_integer,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 4 found 3]"},
-        {"a number of two bytes",
-         {value_type::integer, "12"},
-         as_integer,
-         "registry2.size_mismatch[Size mismatch: value \"v\" expected 4 found 2]"},
-        {"five bytes without a type",
-         {value_type::none, "12345"},
-         as_integer,
-         "registry2.size_mismatch[Size mismatch: value \"v\" expected 4 found 5]"},
-        {"four bytes without a type", {value_type::none, "1234"}, as_integer, ""},
-        {"a 64-bit number as one of 32",
-         {value_type::integer64, "12345678"},
-         as_integer,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 4 found 11]"},
-        {"an expandable text as a number",
-         {value_type::expandable_text, "1234"},
-         as_integer,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 4 found 2]"},
-        {"a text counted", text, as_counter,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 4 found 1]"},
-        {"a number of two bytes counted",
-         {value_type::integer, "12"},
-         as_counter,
-         "registry2.size_mismatch[Size mismatch: value \"v\" expected 4 found 2]"},
-        {"a number as a text", number, as_text,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 1 found 4]"},
-        {"a number as bytes", number, as_bytes_text,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 1 found 4]"},
-        {"a list as a text",
-         {value_type::multi_text, ""},
-         as_text,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 1 found 7]"},
-        {"a text as binary", text, as_binary,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 3 found 1]"},
-        {"a text as a list", text, as_list,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 7 found 1]"},
-        {"an expandable text as a list",
-         {value_type::expandable_text, ""},
-         as_list,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 7 found 2]"},
-        {"a number as a shared list", number, as_shared_list,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 7 found 4]"},
-        {"a number as a list to change", number, as_changed_list,
-         "registry2.type_mismatch[Type mismatch: value \"v\" expected 7 found 4]"},
+        {"a text as a number", text, as_integer, "Type", 4, 1},
+        {"a long text", {value_type::text, std::string(20, '\0')}, as_integer, "Type", 4, 1},
+        {"two binary bytes", {value_type::binary, "12"}, as_integer, "Size", 4, 2},
+        {"no bytes", {value_type::binary, ""}, as_integer, "Size", 4, 0},
+        {"four binary bytes", {value_type::binary, "1234"}, as_integer, "Type", 4, 3},
+        {"a number of two bytes", short_number, as_integer, "Size", 4, 2},
+        {"five bytes without a type", {value_type::none, "12345"}, as_integer, "Size", 4, 5},
+        {"a 64-bit number", {value_type::integer64, "12345678"}, as_integer, "Type", 4, 11},
+        {"expandable", {value_type::expandable_text, "1234"}, as_integer, "Type", 4, 2},
+        {"a text counted", text, as_counter, "Type", 4, 1},
+        {"a number of two bytes counted", short_number, as_counter, "Size", 4, 2},
+        {"a number as a text", number, as_text, "Type", 1, 4},
+        {"a number as bytes", number, as_bytes_text, "Type", 1, 4},
+        {"a list as a text", {value_type::multi_text, ""}, as_text, "Type", 1, 7},
+        {"a text as binary", text, as_binary, "Type", 3, 1},
+        {"a text as a list", text, as_list, "Type", 7, 1},
+        {"an expandable list", {value_type::expandable_text, ""}, as_list, "Type", 7, 2},
+        {"a number as a shared list", number, as_shared_list, "Type", 7, 4},
+        {"a number as a list to change", number, as_changed_list, "Type", 7, 4},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         test.set_raw(u"v", row.value);
-        EXPECT_EQ(thrown_by(row.read), row.thrown);
+        const std::string domain = *row.differs == 'T' ? "type_mismatch" : "size_mismatch";
+        EXPECT_EQ(thrown_by(row.read),
+                  "registry2." + domain + "[" + row.differs + " mismatch: value \"v\" expected " +
+                      std::to_string(row.expected) + " found " + std::to_string(row.found) + "]");
         EXPECT_EQ(test.get_raw(u"v"), row.value);
     }
+    test.set_raw(u"v", {value_type::none, "1234"});
+    EXPECT_EQ(test.get_integer(u"v", 1, write_back::yes), 0x34333231u);
 }
 
 TEST_F(registry, leaves_the_bytes_alone_when_a_binary_value_is_missing) {
@@ -391,15 +354,6 @@ TEST_F(registry, loses_no_line_that_two_processes_add) {
     EXPECT_EQ(std::count(lines.begin(), lines.end(), u"parent"), 60);
 }
 
-TEST_F(registry, reads_the_threshold_that_another_process_set) {
-    constexpr const setting& threshold = setting_of(tree_key::user_thresholds, u"Filter");
-    EXPECT_EQ(get_integer(threshold, write_back::yes), 50u);
-    EXPECT_THAT(at(tree_key::user_thresholds).value_names(), ElementsAre(u"Filter"));
-    child_process child([] { at(tree_key::user_thresholds).set_integer(u"Filter", 70); });
-    ASSERT_EQ(child.wait(), 0);
-    EXPECT_EQ(get_integer(threshold, write_back::yes), 70u);
-}
-
 TEST_F(registry, lays_the_tree_of_an_installation_where_there_is_none) {
     const key& community = at(tree_key::machine_community);
     EXPECT_THAT(community.value_names(), ElementsAre(u"Timeout", u"Server", u"Refresh"));
@@ -477,12 +431,9 @@ TEST_F(registry, begins_anew_when_a_tree_is_garbage) {
 
 TEST_F(registry, opens_each_key_of_the_table_once_for_all_threads) {
     std::vector<const key*> seen(8);
-    std::vector<std::thread> threads;
-    for (const key*& slot : seen) {
-        threads.emplace_back([&slot] { slot = &at(tree_key::user_rules_trust); });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(std::count(seen.begin(), seen.end(), seen[0]), std::ssize(seen));
+    test_support::in_threads(8,
+                             [&](int number) { seen[number] = &at(tree_key::user_rules_trust); });
+    EXPECT_THAT(seen, ::testing::Each(seen[0]));
 }
 
 TEST_F(registry, a_key_of_the_table_opens_again_when_it_is_used) {
@@ -532,20 +483,14 @@ TEST_F(registry, counts_in_keys_of_the_table_and_in_others) {
 TEST_F(registry, counts_exactly_between_processes_and_threads) {
     constexpr std::uint32_t additions = 100;
     const auto count = [] {
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 3; ++thread) {
-            threads.emplace_back([] {
-                for (std::uint32_t i = 0; i < additions; ++i) counters::add("User", "Blocked", 1);
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
+        test_support::in_threads(3, [](int) {
+            for (std::uint32_t i = 0; i < additions; ++i) counters::add("User", "Blocked", 1);
+        });
     };
-    {
-        child_process first(count);
-        child_process second(count);
-        EXPECT_EQ(first.wait(), 0);
-        EXPECT_EQ(second.wait(), 0);
-    }
+    child_process first(count);
+    child_process second(count);
+    EXPECT_EQ(first.wait(), 0);
+    EXPECT_EQ(second.wait(), 0);
     EXPECT_EQ(get_integer(setting_of(tree_key::user_statistics_user, u"Blocked"), write_back::no),
               6 * additions);
 }

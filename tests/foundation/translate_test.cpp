@@ -55,15 +55,6 @@ TEST(translate, base64) {
     }
 }
 
-TEST(translate, strict_decoder_names_the_byte) {
-    try {
-        base64_decode("Q Q", decoding::strict);
-        FAIL() << "no exception";
-    } catch (const generic& caught) {
-        EXPECT_EQ(caught.message(), "Invalid Codeword 0x20");
-    }
-}
-
 TEST(translate, padding_counts_what_stood_there_before) {
     string out = "x";
     base64_encode("A", out, padding::pad);

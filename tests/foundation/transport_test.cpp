@@ -51,15 +51,9 @@ std::uint16_t port_of_nobody() {
     return socket.local_address().port();
 }
 
-TEST(internet_address, begins_empty) {
-    const ip4 none;
-    EXPECT_EQ(none.size(), 16u);
-    EXPECT_EQ(none.data()->sa_family, 2);
-    EXPECT_EQ(none.port(), 0);
-    EXPECT_EQ(none.text(ip4::numeric), "0.0.0.0");
-}
-
 TEST(internet_address, stands_in_network_order) {
+    EXPECT_EQ(ip4().size(), 16u);
+    EXPECT_EQ(ip4(), ip4(ip4_address(0), 0));
     const ip4 some(ip4_address(0xC0000201), 2409);
     const char bytes[16] = {2, 0, 9, 0x69, '\xC0', 0, 2, 1};  // the family is in the host's order
     ip4 assigned;
@@ -98,7 +92,7 @@ TEST(udp_socket, carries_datagrams_of_every_size) {
     const std::size_t largest = sender.maximum_message_size();
     EXPECT_EQ(largest, 65507u);
     std::size_t total = 0;
-    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{1472}, largest}) {
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1472}, largest}) {
         const std::string sent(size, static_cast<char>('a' + size % 26));
         sender.send(receiver.local_address(), sent);
         EXPECT_EQ(receiver.received(largest), sent);
@@ -221,18 +215,15 @@ TEST(udp_socket, waits_for_something_to_receive) {
 }
 
 TEST(udp_socket, close_ends_a_blocked_receive) {
-    for (int round = 0; round < 20; ++round) {
-        bound_socket socket;
-        socket.set_receive_timeout(0);
-        std::string failure;
-        {
-            const test_support::watched_thread reader(
-                [&] { failure = failure_of([&] { socket.received(); }); });
-            EXPECT_TRUE(reader.blocks());
-            socket.close();
-        }
-        EXPECT_EQ(failure, "internet.transport.not_a_socket[recvfrom() failed]");
-    }
+    bound_socket socket;
+    socket.set_receive_timeout(0);
+    std::string failure;
+    const test_support::watched_thread reader(
+        [&] { failure = failure_of([&] { socket.received(); }); });
+    EXPECT_TRUE(reader.blocks());
+    socket.close();
+    reader.finish();
+    EXPECT_EQ(failure, "internet.transport.not_a_socket[recvfrom() failed]");
 }
 
 // A reader and a writer that go on while the socket is closed and its number taken by others, to
@@ -295,12 +286,11 @@ TEST(tcp_socket, close_ends_a_blocked_accept) {
     server.bind(loopback());
     server.listen(1);
     std::string failure;
-    {
-        const test_support::watched_thread waiter(
-            [&] { failure = failure_of([&] { server.accept(accepted); }); });
-        EXPECT_TRUE(waiter.blocks());
-        server.close();
-    }
+    const test_support::watched_thread waiter(
+        [&] { failure = failure_of([&] { server.accept(accepted); }); });
+    EXPECT_TRUE(waiter.blocks());
+    server.close();
+    waiter.finish();
     EXPECT_EQ(failure, "internet.transport.not_a_socket[accept() failed]");
 }
 

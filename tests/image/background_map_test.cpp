@@ -10,38 +10,11 @@
 #include <vector>
 
 #include "image/blobs.h"
-#include "support/plane_drawing.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::plane_of;
 using stretches = std::vector<stretch>;
-
-level_flags paper_alone() {
-    level_flags flags{};
-    flags[test_support::paper] = true;
-    return flags;
-}
-
-TEST(background_map, takes_a_speck_of_one_pixel_for_nothing_but_at_the_edge) {
-    const plane picture = plane_of({"#.........",  //
-                                    "..........",  //
-                                    "..#...##..",  //
-                                    "..........",  //
-                                    "....#.....",  //
-                                    ".....#...#",  //
-                                    "......#..."});
-    const background_map map(picture, paper_alone());
-    const rect all{0, 0, 9, 6};
-    EXPECT_EQ(map.columns(all, 0), (stretches{{0, 0}, {6, 7}, {9, 9}}));
-    EXPECT_EQ(map.columns(all, 1), (stretches{{0, 0}, {6, 9}}));
-    EXPECT_EQ(map.columns(all, 5), (stretches{{0, 9}}));
-    EXPECT_EQ(map.rows(all, 0), (stretches{{0, 0}, {2, 2}, {5, 6}}));
-    EXPECT_EQ(map.columns({1, 0, 5, 6}, 0), stretches{});
-    EXPECT_EQ(map.background_in_row(5, 0, 9), 8);
-    EXPECT_EQ(map.background_in_row(5, 5, 8), 3);
-}
 
 // What the rules say, a pixel at a time.
 struct plain_map {
@@ -66,22 +39,15 @@ struct plain_map {
     const level_flags& flags;
 };
 
-stretches plain_columns(const plain_map& map, const rect& area, std::int32_t longest_space) {
+// Of columns or rows that are not clear.
+template <typename clear_test>
+stretches plain_stretches(std::int32_t first, std::int32_t last, std::int32_t longest_space,
+                          clear_test is_clear) {
     stretches found;
-    for (std::int32_t x = area.left; x <= area.right; ++x) {
-        if (map.clear({x, area.top, x, area.bottom})) continue;
-        if (found.empty() || x - found.back().last - 1 > longest_space) found.push_back({x, x});
-        found.back().last = x;
-    }
-    return found;
-}
-
-stretches plain_rows(const plain_map& map, const rect& area, std::int32_t longest_space) {
-    stretches found;
-    for (std::int32_t y = area.top; y <= area.bottom; ++y) {
-        if (map.clear({area.left, y, area.right, y})) continue;
-        if (found.empty() || y - found.back().last - 1 > longest_space) found.push_back({y, y});
-        found.back().last = y;
+    for (std::int32_t at = first; at <= last; ++at) {
+        if (is_clear(at)) continue;
+        if (found.empty() || at - found.back().last - 1 > longest_space) found.push_back({at, at});
+        found.back().last = at;
     }
     return found;
 }
@@ -141,8 +107,14 @@ TEST(background_map, agrees_with_the_plain_rules) {
         area.right = area.left + below(levels.width - area.left);
         area.bottom = area.top + below(levels.height - area.top);
         for (const std::int32_t space : {0, 2, 16}) {
-            EXPECT_EQ(map.columns(area, space), plain_columns(plain, area, space));
-            EXPECT_EQ(map.rows(area, space), plain_rows(plain, area, space));
+            EXPECT_EQ(map.columns(area, space),
+                      plain_stretches(area.left, area.right, space, [&](std::int32_t x) {
+                          return plain.clear({x, area.top, x, area.bottom});
+                      }));
+            EXPECT_EQ(map.rows(area, space),
+                      plain_stretches(area.top, area.bottom, space, [&](std::int32_t y) {
+                          return plain.clear({area.left, y, area.right, y});
+                      }));
         }
         std::int32_t count = 0;
         for (std::int32_t x = area.left; x <= area.right; ++x) {

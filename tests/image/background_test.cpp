@@ -3,57 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
-#include <string_view>
 
 #include "support/plane_drawing.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::sized;
-
-plane row_of(std::string_view pixels) {
-    return drawing(static_cast<std::int32_t>(pixels.size()), 1).art(0, 0, {pixels}).result;
-}
-
-std::string times(std::size_t count, char pixel) {
-    return std::string(count, pixel);
-}
-
-rect whole(const plane& levels) {
-    return {0, 0, levels.width - 1, levels.height - 1};
-}
-
-TEST(flat_runs, count_above_25_pixels) {
-    struct row {
-        const char* name;
-        std::string pixels;
-        std::uint32_t counted;  // at the level of '1'
-    };
-    const row rows[] = {
-        {"25", times(25, '1') + "2", 0},
-        {"26", times(26, '1') + "2", 26},
-        {"26 behind others", "1232" + times(26, '1') + "2", 26},
-        {"26 behind 25", times(25, '2') + times(26, '1') + "2", 26},
-        {"of two", times(30, '1') + "2" + times(25, '1') + "2" + times(28, '1') + "2", 58},
-        {"broken in the middle", times(20, '1') + "2" + times(20, '1') + "2", 0},
-        {"broken near its end", times(24, '1') + "21" + times(24, '1') + "2", 0},
-        {"26 at the edge", times(26, '1'), 0},
-        {"27 at the edge", times(27, '1'), 26},
-        {"27 at the edge behind others", "23" + times(27, '1'), 26},
-        {"long ones of every remainder",
-         times(64, '1') + "2" + times(71, '1') + "2" + times(33, '1'), 64 + 71 + 32},
-        {"one pixel", "1", 0},
-    };
-    for (const row& each : rows) {
-        SCOPED_TRACE(each.name);
-        const plane levels = row_of(each.pixels);
-        const level_counters counters = count_flat_runs(levels, whole(levels));
-        EXPECT_EQ(counters[17], each.counted);
-    }
-}
+using namespace test_support;
 
 TEST(flat_runs, count_within_the_area_alone) {
     const plane levels = drawing(100, 4, 50).fill({0, 2, 99, 2}, 60).result;

@@ -1,13 +1,12 @@
 #include "image/bitmap.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "foundation/module.h"
 #include "support/bitmap_levels.h"
+#include "support/heard_log.h"
 #include "support/picture_files.h"
 
 namespace {
@@ -15,6 +14,8 @@ namespace {
 using namespace brindlemoss::analysis::plugins::image_analysis;
 using namespace test_support;
 using namespace std::string_literals;
+using testing::Each;
+using testing::StartsWith;
 
 bitmap decode(const std::string& bytes) {
     return encoded_picture(format_of(bytes), bytes).load().to_24_bits();
@@ -103,35 +104,19 @@ TEST_F(bitmap_test, pages_of_an_animation) {
     EXPECT_EQ(levels_of(canvas), (std::vector<std::uint8_t>{50, 50, 50, 90}));
 }
 
-// Keeps the lines of a log for good, since a log keeps its listeners.
-class kept_lines : public replay::log::listener {
-public:
-    explicit kept_lines(std::shared_ptr<std::vector<std::string>> lines) : lines_(lines) {}
-    void write(std::int32_t level, std::string_view, std::string_view text) override {
-        lines_->push_back(std::to_string(level) + " " + std::string(text));
-    }
-
-private:
-    std::shared_ptr<std::vector<std::string>> lines_;
-};
-
 TEST_F(bitmap_test, what_the_decoder_says_goes_to_the_log) {
-    const auto lines = std::make_shared<std::vector<std::string>>();
-    brindlemoss::module::instance()
-        .log_of(brindlemoss::subsystem::filter)
-        .add_listener(0, std::make_unique<kept_lines>(lines));
+    heard_log<brindlemoss::subsystem::filter> heard;
     testing::internal::CaptureStderr();
     const std::string broken = png_file(flat(2, 2, 1)).substr(0, 45);
     EXPECT_FALSE(decode(broken));
     EXPECT_FALSE(decode("\xFF\xD8 and nothing"));
     EXPECT_FALSE(decode(gif_file({{flat(2, 2, 1)}}).substr(0, 800)));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_GE(lines->size(), 3u);
-    for (const std::string& line : *lines) {
-        EXPECT_EQ(line.find("0 Picture decoder: "), 0u) << line;
-    }
+    const auto lines = heard.take();
+    EXPECT_GE(lines.size(), 3u);
+    EXPECT_THAT(lines, Each(StartsWith("0 Picture decoder: ")));
     for (int time = 0; time < 100; ++time) decode(broken);
-    EXPECT_EQ(lines->size(), 20u);
+    EXPECT_EQ(lines.size() + heard.take().size(), 20u);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "image/blocks.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,8 +11,6 @@
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
-
-using testing::UnorderedElementsAre;
 
 struct found_block {
     rect box;
@@ -71,39 +68,6 @@ std::vector<found_block> slowly_found(const std::vector<rect>& boxes) {
     return blocks;
 }
 
-TEST(find_blocks, joins_what_stands_near) {
-    constexpr rect first{100, 100, 149, 109};
-    const struct {
-        const char* name;
-        rect second;
-        bool joined;
-    } rows[] = {
-        {"15 empty rows below", {149, 125, 200, 130}, true},
-        {"16 empty rows below", {149, 126, 200, 130}, false},
-        {"15 empty columns beside", {165, 109, 200, 130}, true},
-        {"16 empty columns beside", {166, 109, 200, 130}, false},
-        {"near below, but in the next column", {150, 112, 200, 130}, false},
-        {"adjoining at a corner", {150, 110, 200, 130}, true},
-        {"a column away from the corner", {151, 110, 200, 130}, false},
-        {"a row away from the corner", {150, 111, 200, 130}, false},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(blocks_of({first, row.second}).size(), row.joined ? 1u : 2u);
-    }
-}
-
-TEST(find_blocks, takes_in_earlier_blocks_that_a_block_has_grown_into) {
-    constexpr rect upper{100, 60, 300, 70};
-    constexpr rect corner{105, 90, 115, 100};  // too far from each of the others to join
-    constexpr rect lower{150, 90, 305, 110};
-    constexpr rect side{320, 30, 330, 110};    // joins `lower`: their hull overlaps `upper`
-    constexpr rect below{105, 119, 115, 130};  // near the joined block, but does not touch it
-    const std::vector<found_block> expected = {{{100, 30, 330, 110}, {lower, side, upper, corner}},
-                                               {below, {below}}};
-    EXPECT_EQ(blocks_of({below, side, lower, corner, upper}), expected);
-}
-
 TEST(find_blocks, passes_over_invalid_lines_and_leaves_the_list_as_it_is) {
     std::list<text_line> lines;
     for (const rect& box : {rect{0, 50, 9, 59}, rect{0, 25, 9, 34}, rect{0, 0, 9, 9}}) {
@@ -115,14 +79,6 @@ TEST(find_blocks, passes_over_invalid_lines_and_leaves_the_list_as_it_is) {
     EXPECT_EQ(blocks_of(lines), expected);
     EXPECT_EQ(lines.front().box, (rect{0, 50, 9, 59}));
     EXPECT_TRUE(lines.front().visited);
-}
-
-TEST(find_blocks, gives_each_inverted_line_a_block) {
-    EXPECT_THAT(blocks_of({inverted_rect, {0, 0, 9, 9}, inverted_rect}),
-                UnorderedElementsAre(found_block{{0, 0, 9, 9}, {{0, 0, 9, 9}}},
-                                     found_block{inverted_rect, {inverted_rect}},
-                                     found_block{inverted_rect, {inverted_rect}}));
-    EXPECT_TRUE(blocks_of(std::vector<rect>()).empty());
 }
 
 TEST(find_blocks, finds_what_the_slow_way_finds) {

@@ -1,7 +1,6 @@
 #include "image/components.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <random>
 #include <string>
@@ -14,10 +13,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::paper;
-using test_support::recorded_checkpoints;
-using test_support::sized;
+using namespace test_support;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -80,17 +76,6 @@ TEST(classify_components, tells_frames_and_rules_from_glyphs) {
         EXPECT_THAT(recorded.at_label, ElementsAre(testing::Pair(row.label, ElementsAre(row.box))));
         EXPECT_EQ(components.front().valid, std::string(row.label) == "Raw valid components");
     }
-}
-
-TEST(merge_components, joins_what_overlaps_or_adjoins_in_x) {
-    std::vector<component> components = {{{30, 5, 39, 9}}, {{10, 5, 14, 9}}, {{15, 1, 19, 3}},
-                                         {{21, 5, 24, 9}}, {{60, 5, 64, 9}}, {{32, 1, 33, 2}}};
-    components[4].valid = false;
-    const std::list<component> merged = merge_components(components);
-    EXPECT_THAT(boxes_of(merged),
-                ElementsAre(rect{10, 1, 19, 9}, rect{21, 5, 24, 9}, rect{30, 1, 39, 9}));
-    EXPECT_TRUE(merged.front().valid);
-    EXPECT_THAT(merge_components({}), IsEmpty());
 }
 
 TEST(merge_components, merges_as_one_after_the_other_would) {

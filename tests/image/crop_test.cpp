@@ -10,12 +10,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::sized;
-
-rect whole(const plane& levels) {
-    return {0, 0, levels.width - 1, levels.height - 1};
-}
+using namespace test_support;
 
 // One line of pixels after the other.
 rect trim_plainly(const plane& levels, rect crop) {

@@ -1,7 +1,6 @@
 #include "image/label_map.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <initializer_list>
@@ -16,30 +15,14 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::ink;
-using test_support::paper;
-using test_support::plane_of;
+using namespace test_support;
 using testing::ElementsAre;
 
-level_flags paper_is_background() {
-    level_flags flags{};
-    flags[paper] = true;
-    return flags;
-}
-
-std::vector<rect> labelled(label_map& map, const rect& box, const rect& bounds) {
+// In a line whose bounds are its box.
+std::vector<rect> labelled(const plane& picture, const level_flags& background, const rect& box) {
     text_line line(box);
-    line.bounding_box = bounds;
-    std::vector<rect> boxes;
-    for (const component& each : map.label_line(line, true)) boxes.push_back(each.box);
-    return boxes;
-}
-
-std::vector<rect> labelled(const plane& picture, const rect& box, const rect& bounds) {
-    const level_flags background = paper_is_background();
-    label_map map(picture, background);
-    return labelled(map, box, bounds);
+    line.bounding_box = box;
+    return boxes_of(label_map(picture, background).label_line(line, true));
 }
 
 // Pixel by pixel over the whole map, with every neighbour looked up.
@@ -112,19 +95,6 @@ private:
     std::vector<rect> boxes_;
 };
 
-TEST(label_map, numbers_blobs_by_column_then_row) {
-    const plane picture = plane_of({"........",  //
-                                    "...#....",  //
-                                    ".#....#.",  //
-                                    "..#...#.",  //
-                                    "........",  //
-                                    ".#.#....",  //
-                                    "........"});
-    EXPECT_THAT(labelled(picture, {1, 1, 6, 5}, {1, 1, 6, 5}),
-                ElementsAre(rect{1, 2, 2, 3}, rect{1, 5, 1, 5}, rect{3, 1, 3, 1}, rect{3, 5, 3, 5},
-                            rect{6, 2, 6, 3}));
-}
-
 // What hangs together only further right stays apart: labels come from the left and from above.
 TEST(label_map, does_not_join_blobs_that_meet_later) {
     const plane picture = plane_of({".......",  //
@@ -132,69 +102,15 @@ TEST(label_map, does_not_join_blobs_that_meet_later) {
                                     "....#..",  //
                                     ".####..",  //
                                     "......."});
-    EXPECT_THAT(labelled(picture, {1, 1, 4, 3}, {1, 1, 4, 3}),
+    EXPECT_THAT(labelled(picture, paper_alone(), {1, 1, 4, 3}),
                 ElementsAre(rect{1, 1, 4, 2}, rect{1, 3, 4, 3}));
-}
-
-TEST(label_map, leaves_out_the_first_and_the_last_row) {
-    const plane picture = drawing(4, 4).fill({0, 0, 3, 3}).result;
-    EXPECT_THAT(labelled(picture, {0, 0, 3, 3}, {0, 0, 3, 3}), ElementsAre(rect{0, 1, 3, 2}));
 }
 
 TEST(label_map, takes_any_level_for_ink_that_is_not_background) {
     level_flags background{};
     background[100] = background[255] = true;
     const plane picture = drawing(9, 4, 255).fill({1, 1, 1, 2}, 100).fill({4, 1, 4, 2}, 99).result;
-    label_map map(picture, background);
-    EXPECT_THAT(labelled(map, {1, 1, 7, 2}, {1, 1, 7, 2}), ElementsAre(rect{4, 1, 4, 2}));
-}
-
-TEST(label_map, follows_blobs_out_to_the_bounds_without_new_ones) {
-    const plane picture = plane_of({"..........",  //
-                                    ".#........",  // nothing in the row below it
-                                    "..........",  //
-                                    "...#...#..",  // left: hangs on the row below it
-                                    "..#...#...",  // the line
-                                    "..#.......",  //
-                                    ".#........",  //
-                                    "...#......",  // hangs on nothing
-                                    ".........."});
-    const rect line{2, 4, 6, 5};
-    EXPECT_THAT(labelled(picture, line, {1, 1, 8, 7}),
-                ElementsAre(rect{1, 3, 3, 6}, rect{6, 3, 7, 4}));
-    EXPECT_THAT(labelled(picture, line, line), ElementsAre(rect{2, 4, 2, 5}, rect{6, 4, 6, 4}));
-}
-
-TEST(label_map, goes_on_upward_and_downward_until_a_row_gets_no_label) {
-    const plane picture =
-        drawing(5, 20).fill({2, 1, 2, 4}).fill({2, 6, 2, 12}).fill({2, 14, 2, 18}).result;
-    EXPECT_THAT(labelled(picture, {1, 9, 3, 9}, {1, 1, 3, 18}), ElementsAre(rect{2, 6, 2, 12}));
-}
-
-TEST(label_map, shows_labels_of_one_line_to_the_next) {
-    const plane picture = plane_of({"........",  //
-                                    ".#.#.#..",  //
-                                    ".....#..",  //
-                                    ".#...#..",  //
-                                    "........"});
-    const level_flags background = paper_is_background();
-    label_map map(picture, background);
-    EXPECT_EQ(labelled(map, {1, 1, 6, 1}, {1, 1, 6, 1}).size(), 3u);
-    // The right blob takes number 3 of the line above, which this line does not have.
-    EXPECT_THAT(labelled(map, {1, 2, 6, 3}, {1, 2, 6, 3}), ElementsAre(rect{1, 3, 1, 3}));
-    // Once more: the two pixels of it are labelled now and hand on their number.
-    EXPECT_THAT(labelled(map, {1, 3, 6, 3}, {1, 3, 6, 3}), ElementsAre(rect{1, 3, 1, 3}));
-}
-
-TEST(label_map, widens_the_component_that_has_the_number_of_a_foreign_label) {
-    const plane picture = plane_of({"........",  //
-                                    ".....#..",  //
-                                    ".#...#..",  //
-                                    "........"});
-    const level_flags background = paper_is_background();
-    label_map map(picture, background);
-    EXPECT_THAT(labelled(map, {1, 1, 6, 1}, {1, 1, 6, 1}), ElementsAre(rect{5, 1, 5, 1}));
-    EXPECT_THAT(labelled(map, {1, 2, 6, 2}, {1, 2, 6, 2}), ElementsAre(rect{1, 2, 5, 2}));
+    EXPECT_THAT(labelled(picture, background, {1, 1, 7, 2}), ElementsAre(rect{4, 1, 4, 2}));
 }
 
 TEST(label_map, labels_as_the_slow_way_does) {
@@ -212,7 +128,7 @@ TEST(label_map, labels_as_the_slow_way_does) {
             if (random() % density == 0) level = ink;
         }
         const std::int32_t width = picture.result.width, height = picture.result.height;
-        const level_flags background = paper_is_background();
+        const level_flags background = paper_alone();
         label_map map(picture.result, background);
         small_label_map small_map(picture.result, background);
         slow_labels slow(picture.result);

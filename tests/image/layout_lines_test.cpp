@@ -4,34 +4,21 @@
 
 #include <vector>
 
+#include "image/line_lists.h"
 #include "support/plane_drawing.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::paper;
-using test_support::sized;
+using namespace test_support;
 using rects = std::vector<rect>;
 
 background_map map_of(const drawing& picture) {
-    level_flags flags{};
-    flags[paper] = true;
-    return background_map(picture.result, flags);
-}
-
-rect whole(const drawing& picture) {
-    return {0, 0, picture.result.width - 1, picture.result.height - 1};
+    return background_map(picture.result, paper_alone());
 }
 
 rects leaves_of(const drawing& picture) {
-    return cut_into_leaves(map_of(picture), {whole(picture)});
-}
-
-rects boxes_of(const std::vector<scan_area>& areas) {
-    rects boxes;
-    for (const scan_area& area : areas) boxes.push_back(area.box);
-    return boxes;
+    return cut_into_leaves(map_of(picture), {whole(picture.result)});
 }
 
 rects lines_of(const drawing& picture, const rect& leaf) {
@@ -149,23 +136,16 @@ drawing lines_with_waists(std::int32_t waists) {
     return picture;
 }
 
-TEST(find_word_rows, divides_lines_at_rows_poor_in_text) {
-    const background_map map = map_of(lines_with_waists(1));
-    std::vector<scan_area> line(2);
-    line[0].box = {0, 0, 99, 19};
-    line[1].box = {0, 20, 99, 23};  // without text
-    const word_rows strict = find_word_rows(map, line, 85);
-    EXPECT_EQ(boxes_of(strict.lines), (rects{{0, 0, 99, 8}, {0, 10, 19, 19}, line[1].box}));
-    EXPECT_EQ(strict.divided, 1u);
-    const word_rows lenient = find_word_rows(map, line, 75);
-    EXPECT_EQ(boxes_of(lenient.lines), (rects{{0, 0, 99, 8}, line[1].box}));
-    EXPECT_EQ(lenient.divided, 0u);
-    EXPECT_EQ(find_word_rows(map, line, 86).divided, 0u);
+TEST(find_word_rows, leave_a_line_without_text_as_it_is) {
+    std::vector<scan_area> line(1);
+    line[0].box = {0, 20, 99, 23};
+    const word_rows rows = find_word_rows(map_of(lines_with_waists(1)), line, 85);
+    EXPECT_EQ(boxes_of(rows.lines), (rects{line[0].box}));
 }
 
 rects lines_in_areas(const drawing& picture) {
     rects lines;
-    for (const scan_area& area : areas_of_leaves(map_of(picture), {whole(picture)})) {
+    for (const scan_area& area : areas_of_leaves(map_of(picture), {whole(picture.result)})) {
         for (const rect& box : boxes_of(area.lines)) lines.push_back(box);
     }
     return lines;

@@ -13,9 +13,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::paper;
-using test_support::sized;
+using namespace test_support;
 using stretches = std::vector<stretch>;
 
 TEST(find_flat_bands, lie_between_rows_fourteen_apart) {
@@ -117,8 +115,7 @@ drawing bars(std::int32_t lines, std::int32_t blank_rows) {
 }
 
 std::optional<layout_context> scan_long_runs(const drawing& picture) {
-    const plane& levels = picture.result;
-    return scan_long_runs(levels, {0, 0, levels.width - 1, levels.height - 1});
+    return scan_long_runs(picture.result, whole(picture.result));
 }
 
 TEST(scan_long_runs, takes_levels_with_more_than_500_pixels_in_long_runs) {

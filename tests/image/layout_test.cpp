@@ -5,18 +5,15 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "support/plane_drawing.h"
+#include "support/recorded_checkpoints.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::ink;
-using test_support::paper;
-using test_support::sized;
+using namespace test_support;
 using strings = std::vector<std::string>;
 
 strings signatures_of(const drawing& picture) {
@@ -147,32 +144,23 @@ TEST(make_layout_signatures, puts_the_quad_code_before_the_bitmap_signature) {
     EXPECT_EQ(made[1].substr(0, 16), "[bitmap-7.6-a].3");
 }
 
-// Names each stage and the first rectangle that it holds.
-struct recorder : checkpoint_hook {
-    void reached(std::string_view label, std::span<const rect> rects) override {
-        stages.emplace_back(label, rects.empty() ? rect{} : rects.front());
-    }
-    std::vector<std::pair<std::string, rect>> stages;
-};
-
 TEST(make_layout_signatures, strips_the_frame_and_then_the_margins) {
-    recorder hook;
+    recorded_checkpoints framed;
     drawing picture(200, 200);
     picture.outline({0, 0, 199, 199}, 5);
-    EXPECT_EQ(make_layout_signatures(picture.result, checkpoints(&hook)), strings{});
-    ASSERT_EQ(hook.stages.size(), 3u);
-    EXPECT_EQ(hook.stages[0], (std::pair<std::string, rect>{"Image:", {0, 0, 199, 199}}));
-    EXPECT_EQ(hook.stages[1], (std::pair<std::string, rect>{"Frame:", {5, 5, 194, 194}}));
-    EXPECT_EQ(hook.stages[2].first, "Lasso:");
-    EXPECT_LT(height_of(hook.stages[2].second), 45);
+    EXPECT_EQ(make_layout_signatures(picture.result, checkpoints(&framed)), strings{});
+    EXPECT_EQ(framed.in_order, (strings{"Image: 1", "Frame: 1", "Lasso: 1"}));
+    EXPECT_EQ(framed.at_label["Image:"].front(), (rect{0, 0, 199, 199}));
+    EXPECT_EQ(framed.at_label["Frame:"].front(), (rect{5, 5, 194, 194}));
+    EXPECT_LT(height_of(framed.at_label["Lasso:"].front()), 45);
 
-    recorder page;
+    recorded_checkpoints page;
     make_layout_signatures(page_of(8, 4, black).result, checkpoints(&page));
-    ASSERT_EQ(page.stages.size(), 3u + 8 * (10 + 1));
-    EXPECT_EQ(page.stages[2].second, (rect{18, 20, 17 + line_width, 171}));
-    EXPECT_EQ(page.stages[3], (std::pair<std::string, rect>{"Word:", sized(18, 20, 6, 10)}));
-    EXPECT_EQ(page.stages[13],
-              (std::pair<std::string, rect>{"Line:", sized(18, 20, line_width, 10)}));
+    ASSERT_EQ(page.in_order.size(), 3u + 8 * (10 + 1));
+    EXPECT_EQ(page.at_label["Lasso:"].front(), (rect{18, 20, 17 + line_width, 171}));
+    EXPECT_EQ(page.at_label["Word:"].front(), sized(18, 20, 6, 10));
+    EXPECT_EQ(page.at_label["Line:"].front(), sized(18, 20, line_width, 10));
+    EXPECT_EQ(page.in_order[13], "Line: 1");
 }
 
 }  // namespace

@@ -11,9 +11,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
-using test_support::paper;
-using test_support::sized;
+using namespace test_support;
 using columns = std::vector<std::pair<std::int32_t, std::int32_t>>;
 
 scan_area area_with(const rect& box, const std::vector<rect>& lines) {
@@ -25,9 +23,8 @@ scan_area area_with(const rect& box, const std::vector<rect>& lines) {
 
 // The words of one area.
 scan_area words_of(const drawing& picture, scan_area area, bool colour_mode) {
-    level_flags flags{};
-    flags[paper] = true;
-    layout_context context{background_map(picture.result, flags), {std::move(area)}, colour_mode};
+    layout_context context{
+        background_map(picture.result, paper_alone()), {std::move(area)}, colour_mode};
     find_layout_words(context, checkpoints());
     return context.areas.front();
 }

@@ -1,7 +1,6 @@
 #include "image/line_repair.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <initializer_list>
 #include <string>
@@ -50,12 +49,6 @@ boxes stacked(std::initializer_list<std::int32_t> heights_and_gaps, std::int32_t
         is_height = !is_height;
     }
     return result;
-}
-
-TEST_F(line_repair, joins_halves_of_stacked_lines) {
-    EXPECT_THAT(repaired(stacked({4, 2, 4, 9, 4, 2, 4})),
-                ElementsAre(rect{0, 0, 99, 9}, rect{0, 19, 99, 28}));
-    EXPECT_EQ(engine.correction_kinds, magic_1_3_correction);
 }
 
 TEST_F(line_repair, goes_through_a_stack_by_top) {
@@ -235,20 +228,6 @@ TEST_F(line_repair, passes_over_invalid_lines) {
     repair_lines(engine);
     EXPECT_FALSE(engine.corrected);
     EXPECT_EQ(valid_lines(engine.lines).size(), 3u);
-}
-
-TEST(column_overlap, is_negative_for_boxes_that_stick_out_of_each_other) {
-    const auto overlap = [](std::int32_t a_left, std::int32_t a_right, std::int32_t b_left,
-                            std::int32_t b_right) {
-        return column_overlap({a_left, 0, a_right, 0}, {b_left, 9, b_right, 9});
-    };
-    EXPECT_DOUBLE_EQ(overlap(0, 9, 0, 9), 1.0);
-    EXPECT_DOUBLE_EQ(overlap(0, 9, 0, 4), 0.5);
-    EXPECT_DOUBLE_EQ(overlap(2, 3, 0, 9), 0.2);
-    EXPECT_DOUBLE_EQ(overlap(0, 9, 5, 24), -0.25);
-    EXPECT_DOUBLE_EQ(overlap(5, 24, 0, 9), -0.25);
-    EXPECT_DOUBLE_EQ(overlap(0, 9, 10, 19), 0.0);
-    EXPECT_DOUBLE_EQ(overlap(0, 9, 12, 31), 0.2);  // two columns between them
 }
 
 }  // namespace

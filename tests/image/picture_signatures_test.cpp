@@ -10,7 +10,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::drawing;
+using namespace test_support;
 
 constexpr std::uint8_t plain = 128;
 
@@ -23,12 +23,8 @@ drawing rough_picture(std::int32_t width, std::int32_t height) {
     return picture;
 }
 
-rect whole(const drawing& picture) {
-    return {0, 0, picture.result.width - 1, picture.result.height - 1};
-}
-
 std::string quad_code_of(const drawing& picture) {
-    return make_quad_code(flatness(picture.result), whole(picture));
+    return make_quad_code(flatness(picture.result), whole(picture.result));
 }
 
 std::string times(int count, std::string_view text) {
@@ -93,7 +89,7 @@ TEST(make_quad_code, cuts_strips_across) {
 }
 
 std::string bitmap_signature_of(const drawing& picture) {
-    return make_bitmap_signature(flatness(picture.result), whole(picture));
+    return make_bitmap_signature(flatness(picture.result), whole(picture.result));
 }
 
 // 90 columns are cut at 10|11, 20|21, 30|31, 41|42, 51|52, 60|61, 70|71, 80|81; 90 rows in the rows

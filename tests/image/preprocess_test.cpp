@@ -15,15 +15,12 @@
 #include "image/level_count.h"
 #include "image/smoothing.h"
 #include "support/plane_drawing.h"
+#include "support/recorded_checkpoints.h"
 
 namespace {
 
 using namespace brindlemoss::analysis::plugins::image_analysis;
-using test_support::colour;
-using test_support::drawing;
-using test_support::drawn_bitmap;
-using test_support::plane_of;
-using test_support::sized;
+using namespace test_support;
 using testing::Each;
 using testing::ElementsAre;
 
@@ -129,35 +126,13 @@ TEST(preprocess, counts_specks_that_it_then_removes) {
 }
 
 TEST(preprocess, tells_what_it_does_in_order) {
-    struct : checkpoint_hook {
-        void reached(std::string_view label, std::span<const rect> rects) override {
-            seen.push_back(std::string(label) + " " + std::to_string(rects.size()));
-        }
-        std::vector<std::string> seen;
-    } hook;
+    recorded_checkpoints hook;
     const rect frames[] = {{100, 0, 199, 99}, {150, 0, 199, 99}};
     const first_stage run(drawn_bitmap(drawing(200, 100).page(110, 5, {}).result), frames, &hook);
-    EXPECT_THAT(hook.seen,
+    EXPECT_THAT(hook.in_order,
                 ElementsAre("Histogram 0", "Animation frame 1", "Animation frame 1", "Uncovered 1",
                             "Uncovered histogram 0", "Corrected histogram 0", "Contrast 1 0",
                             "Contrast 2 0", "Histogram 2 0", "image-pp.raw 0"));
-}
-
-TEST(grey_levels, weigh_the_colours) {
-    struct {
-        colour value;
-        std::uint8_t grey, mean;
-    } const rows[] = {
-        {{255, 0, 0}, 76, 85},  {{0, 255, 0}, 150, 85},      {{0, 0, 255}, 27, 85},
-        {{1, 1, 1}, 1, 1},      {{255, 255, 255}, 255, 255}, {{1, 1, 0}, 0, 0},
-        {{10, 20, 31}, 18, 20}, {{255, 255, 254}, 254, 254},
-    };
-    for (const auto& row : rows) {
-        plane grey(3, 1), mean(3, 1);
-        read_levels(drawn_bitmap(3, 1, row.value).view(), grey, mean);
-        EXPECT_THAT(grey.levels, Each(row.grey));
-        EXPECT_THAT(mean.levels, Each(row.mean));
-    }
 }
 
 TEST(grey_levels, are_read_from_the_top_whatever_the_width) {
@@ -195,18 +170,6 @@ TEST(contrast, follows_the_wave_between_the_levels_in_use) {
     const std::pair<std::size_t, int> wanted[] = {{0, 0},    {10, 0},   {11, 5},   {12, 24},
                                                   {15, 126}, {18, 230}, {20, 255}, {255, 255}};
     for (const auto& [level, result] : wanted) EXPECT_EQ((*table)[level], result) << level;
-}
-
-TEST(contrast, wants_two_levels_that_may_be_next_to_each_other) {
-    level_counters histogram{};
-    histogram[255] = 9;
-    EXPECT_FALSE(contrast_table(histogram, checkpoints()));
-    histogram[254] = 1;
-    const auto table = contrast_table(histogram, checkpoints());
-    ASSERT_TRUE(table);
-    EXPECT_EQ((*table)[0], 0);
-    EXPECT_EQ((*table)[254], 0);
-    EXPECT_EQ((*table)[255], 255);
 }
 
 TEST(contrast, moves_the_counts_and_takes_the_lowest_of_equals) {

@@ -61,11 +61,4 @@ TEST(merge_sort, meets_elements_as_a_bottom_up_list_sort_does) {
     }
 }
 
-TEST(merge_sort, is_stable) {
-    std::list<std::pair<int, int>> elements;
-    for (int index = 0; index < 100; ++index) elements.push_back({index % 3, index});
-    merge_sort(elements, [](const auto& a, const auto& b) { return a.first < b.first; });
-    EXPECT_TRUE(std::is_sorted(elements.begin(), elements.end()));
-}
-
 }  // namespace

@@ -18,17 +18,6 @@ std::vector<std::size_t> taken(rect_index& index, const rect& area, const rect* 
     return found;
 }
 
-TEST(rect_index, gives_each_rectangle_once) {
-    rect_index index({0, 0, 999, 999});
-    index.add(1, {0, 0, 500, 500});
-    index.add(2, {501, 0, 510, 5});
-    EXPECT_TRUE(taken(index, {511, 0, 600, 600}).empty());
-    EXPECT_EQ(taken(index, {500, 0, 501, 10}), (std::vector<std::size_t>{1, 2}));
-    EXPECT_TRUE(taken(index, {0, 0, 999, 999}).empty());
-    index.add(1, {7, 7, 7, 7});
-    EXPECT_EQ(taken(index, {7, 7, 8, 8}), (std::vector<std::size_t>{1}));
-}
-
 TEST(rect_index, holds_what_lies_outside_its_extent) {
     constexpr auto least = std::numeric_limits<std::int32_t>::min();
     constexpr auto most = std::numeric_limits<std::int32_t>::max();

@@ -11,8 +11,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::engine_on;
-using test_support::recorded_checkpoints;
+using namespace test_support;
 
 // Pass after pass over all segments and all pairs of regions, without any thought of cost.
 std::vector<rect> plainly_grown(row_segments segments, const rect& crop) {
@@ -111,54 +110,11 @@ TEST(region_growth, comes_out_as_if_everything_were_compared_with_everything) {
     EXPECT_GT(inverted_ones, 1000u);
 }
 
-TEST(region_growth, lets_through_what_a_line_of_text_may_measure) {
-    const struct {
-        const char* what;
-        std::int32_t width, height;
-        bool valid;
-    } rows[] = {
-        {"as high as may be", 60, 40, true},
-        {"too high", 80, 41, false},
-        {"as low as may be", 8, 4, true},
-        {"too low", 60, 3, false},
-        {"too narrow", 7, 4, false},
-        {"a little too steep", 10, 7, false},
-        {"just wide enough for it", 11, 7, true},
-        {"exactly three to two", 12, 8, true},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        text_engine engine = engine_on(plane(200, 60));
-        // Both edges lose ten columns to the trimming.
-        row_segments segments = test_support::segments_where(200, 60, [&](int x, int y) {
-            return x >= 40 && x < 40 + row.width + 20 && y >= 5 && y < 5 + row.height;
-        });
-        build_regions(engine, segments);
-        EXPECT_EQ(!engine.regions.empty(), row.valid);
-        const rect region{50, 5, 49 + row.width, 4 + row.height};
-        if (row.valid) {
-            EXPECT_EQ(engine.regions, std::vector{region});
-        }
-    }
-}
-
-TEST(region_growth, trims_only_edges_that_lie_well_inside_the_crop) {
-    for (const std::int32_t left : {10, 11}) {
-        text_engine engine = engine_on(plane(200, 20));
-        row_segments segments = test_support::segments_where(200, 20, [&](int x, int y) {
-            return x >= left && x <= 199 - left && y >= 3 && y <= 9;
-        });
-        build_regions(engine, segments);
-        const std::int32_t kept = left == 10 ? 10 : 21;
-        EXPECT_EQ(engine.regions, (std::vector<rect>{{kept, 3, 199 - kept, 9}}));
-    }
-}
-
 TEST(region_growth, keeps_up_with_pictures_made_to_slow_it_down) {
     constexpr std::int32_t side = 2000;
     text_engine engine = engine_on(plane(side, side));
     const auto regions_of = [&](auto is_set) {
-        row_segments segments = test_support::segments_where(side, side, is_set);
+        row_segments segments = segments_where(side, side, is_set);
         engine.regions.clear();
         build_regions(engine, segments);
         return engine.regions.size();

@@ -13,9 +13,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::engine_on;
-using test_support::recorded_checkpoints;
-using test_support::segments_where;
+using namespace test_support;
 
 using points = std::vector<edge_point>;
 
@@ -108,51 +106,6 @@ TEST(edge_fit, comes_out_as_if_every_sum_were_taken_anew) {
         sloping += wanted != 0.0;
     }
     EXPECT_GT(sloping, 1000);
-}
-
-// `count` points on a line of slope 1/10.
-points sloping(int count, int x = 100, int y = 50) {
-    points list;
-    for (int i = 0; i < count; ++i) list.push_back({x + i, y + i / 10});
-    return list;
-}
-
-points flat(int count, int x, int y) {
-    points list;
-    for (int i = 0; i < count; ++i) list.push_back({x + i, y});
-    return list;
-}
-
-points joined(points first, const points& second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-TEST(edge_fit, wants_twenty_steady_points) {
-    // Of n points five at the start and six at the end are never steady.
-    EXPECT_EQ(slope_of(sloping(30)), 0.0);
-    EXPECT_NEAR(slope_of(sloping(31)), 0.1, 0.02);
-    EXPECT_EQ(slope_of({}), 0.0);
-}
-
-TEST(edge_fit, takes_the_longest_straight_stretch_and_the_first_of_equal_ones) {
-    const auto with_second = [](int length) {
-        return slope_of(joined(sloping(100), flat(length, 200, 90)));
-    };
-    // Five points on either side of the jump are unsteady, and the first stretch loses its last
-    // one: 89 of it remain, and of the second all but five and six.
-    EXPECT_NEAR(with_second(60), 0.1, 0.005);
-    EXPECT_NEAR(with_second(100), 0.1, 0.005);
-    EXPECT_EQ(with_second(101), 0.0);
-}
-
-TEST(edge_fit, joins_stretches_while_the_residuals_stay_below_the_limit) {
-    // Two level stretches of 89 and 90 points: the farther apart, the worse one line fits both.
-    const auto slope_with_step = [](int step) {
-        return slope_of(joined(flat(100, 100, 50), flat(101, 200, 50 + step)));
-    };
-    EXPECT_GT(slope_with_step(8), 0.01);
-    EXPECT_EQ(slope_with_step(10), 0.0);
 }
 
 TEST(skew, follows_the_lower_edge_where_both_agree) {

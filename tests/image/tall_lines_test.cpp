@@ -1,7 +1,6 @@
 #include "image/tall_lines.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
@@ -69,16 +68,10 @@ rect at_rows(std::int32_t first, std::int32_t last) {
     return {10, 10 + first, 69, 10 + last};
 }
 
-TEST_F(tall_lines, become_two) {
-    EXPECT_THAT(examined(text(9) + rows(2, 5) + text(9), 10),
-                ElementsAre(at_rows(0, 8), at_rows(11, 19)));
-    EXPECT_TRUE(engine.corrected);
-    EXPECT_EQ(engine.correction_kinds, correctable_line_2);
-}
-
 TEST_F(tall_lines, become_three) {
     EXPECT_THAT(examined(text(9) + rows(1, 5) + text(9) + rows(1, 5) + text(10), 10),
                 ElementsAre(at_rows(0, 8), at_rows(10, 18), at_rows(20, 29)));
+    EXPECT_TRUE(engine.corrected);
     EXPECT_EQ(engine.correction_kinds, correctable_line_2);
 }
 
@@ -90,24 +83,14 @@ TEST_F(tall_lines, are_cut_where_the_ink_is_least) {
 }
 
 TEST_F(tall_lines, keep_only_what_rises_above_the_level) {
-    // Percents are twice the pixels: the rows beside a waist are up to the level of that waist or
-    // just above it.
-    struct row {
-        std::int32_t waist, beside;
-        std::int32_t upper_end, lower_begin;  // the rows beside the waist belong to the lines?
+    // Of 50 pixels a waist of 8 is 16 percent; there the level is 45.
+    const profile line = rows(1, 35) + rows(7, 50);
+    const profile upside_down(line.rbegin(), line.rend());
+    const auto with_rows_beside = [&](std::int32_t ink) {
+        return examined(line + rows(1, ink) + rows(2, 8) + rows(1, ink) + upside_down, 10);
     };
-    const row table[] = {{7, 20, 7, 12},  {7, 21, 8, 11},  {8, 22, 7, 12},  {8, 23, 8, 11},
-                         {18, 25, 7, 12}, {18, 26, 8, 11}, {26, 27, 7, 12}, {26, 28, 8, 11},
-                         {28, 30, 7, 12}, {28, 31, 8, 11}};
-    for (const row& each : table) {
-        SCOPED_TRACE(std::to_string(each.waist) + " beside " + std::to_string(each.beside));
-        const profile line = rows(1, 35) + rows(7, 50);
-        const profile upside_down(line.rbegin(), line.rend());
-        EXPECT_THAT(examined(line + rows(1, each.beside) + rows(2, each.waist) +
-                                 rows(1, each.beside) + upside_down,
-                             10),
-                    ElementsAre(at_rows(0, each.upper_end), at_rows(each.lower_begin, 19)));
-    }
+    EXPECT_THAT(with_rows_beside(22), ElementsAre(at_rows(0, 7), at_rows(12, 19)));
+    EXPECT_THAT(with_rows_beside(23), ElementsAre(at_rows(0, 8), at_rows(11, 19)));
 }
 
 TEST_F(tall_lines, of_the_wrong_height_stay) {
@@ -122,32 +105,23 @@ TEST_F(tall_lines, of_the_wrong_height_stay) {
 TEST_F(tall_lines, without_clear_parts_stay) {
     const profile half = rows(1, 35) + rows(8, 50);
     const profile lower_half(half.rbegin(), half.rend());
-    const profile wide_rim = rows(9, 50);
     const profile small_lines = text(4) + rows(1, 5) + text(4);
     struct row {
         const char* name;
         profile ink;
-        std::size_t lines;
     };
     const row table[] = {
-        {"no waist", text(20), 1},
-        {"no ink", rows(20, 0), 1},
-        {"waist of 60 percent", half + rows(2, 30) + lower_half, 2},
-        {"waist of 62 percent", half + rows(2, 31) + lower_half, 1},
-        {"highest at the top", wide_rim + rows(2, 5) + lower_half, 1},
-        {"highest at the bottom", half + rows(2, 5) + wide_rim, 1},
-        {"two parts for three", text(14) + rows(2, 5) + text(14), 1},
-        {"three parts for two", small_lines + rows(2, 5) + text(9), 1},
-        {"a part of 6 rows", text(6) + rows(2, 5) + text(10) + rows(2, 5) + text(10), 1},
-        {"a part of 7 rows", text(7) + rows(1, 5) + text(10) + rows(2, 5) + text(10), 3},
-        {"one part twice the other", text(7) + rows(1, 5) + text(14), 1},
-        {"one part nearly twice", text(8) + rows(1, 5) + text(13), 2},
+        {"no waist", text(20)},
+        {"no ink", rows(20, 0)},
+        {"waist of 62 percent", half + rows(2, 31) + lower_half},
+        {"two parts for three", text(14) + rows(2, 5) + text(14)},
+        {"three parts for two", small_lines + rows(2, 5) + text(9)},
+        {"a part of 6 rows", text(6) + rows(2, 5) + text(10) + rows(2, 5) + text(10)},
     };
     for (const row& each : table) {
         SCOPED_TRACE(each.name);
-        engine.corrected = false;
-        EXPECT_EQ(examined(each.ink, 10).size(), each.lines);
-        EXPECT_EQ(engine.corrected, each.lines > 1);
+        EXPECT_EQ(examined(each.ink, 10).size(), 1u);
+        EXPECT_FALSE(engine.corrected);
     }
 }
 

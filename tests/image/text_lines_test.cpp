@@ -4,20 +4,17 @@
 
 #include <algorithm>
 
+#include "support/engine_on.h"
 #include "support/plane_drawing.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::comb_page;
-using test_support::drawing;
-using test_support::sized;
+using namespace test_support;
 
 // An engine that has come to these regions of a plane.
 text_engine engine_at(const plane& levels, const std::vector<rect>& regions) {
-    text_engine engine(source_bitmap{levels.width, levels.height, nullptr, 0});
-    engine.pp_plane = levels;
-    engine.crop = {0, 0, levels.width - 1, levels.height - 1};
+    text_engine engine = engine_on(levels);
     for (const std::uint8_t level : levels.levels) ++engine.histogram[level];
     engine.regions = regions;
     return engine;

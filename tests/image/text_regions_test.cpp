@@ -10,10 +10,7 @@
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
 
-using test_support::comb;
-using test_support::drawing;
-using test_support::engine_on;
-using test_support::sized;
+using namespace test_support;
 
 // Columns moved down by `slope` around the middle of the picture.
 plane slanted(const plane& straight, double slope) {

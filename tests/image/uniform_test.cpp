@@ -79,15 +79,4 @@ TEST(uniform, is_the_same_along_rows_and_columns) {
     }
 }
 
-TEST(uniform, reads_columns_by_the_width_of_the_plane) {
-    plane levels(8, 6);
-    for (std::int32_t y = 0; y < 6; ++y) {
-        levels.row(y)[3] = static_cast<std::uint8_t>(y % 2 == 0 ? 255 : 0);
-    }
-    EXPECT_FALSE(is_uniform_column(levels, 3, 0, 5, stray_limit::detection));
-    EXPECT_TRUE(is_uniform_column(levels, 3, 0, 3, stray_limit::detection));
-    EXPECT_TRUE(is_uniform_column(levels, 2, 0, 5, stray_limit::detection));
-    EXPECT_TRUE(is_uniform_row(levels, 2, 0, 7, stray_limit::detection));
-}
-
 }  // namespace

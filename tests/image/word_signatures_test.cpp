@@ -1,7 +1,6 @@
 #include "image/word_signatures.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <random>

@@ -3,12 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "foundation/translate.h"
 #include "message/character_set.h"
-#include "message/value_splitter.h"
 #include "support/printable.h"
 
 namespace {
@@ -18,54 +15,7 @@ using replay::coding::translate::invalid_codeword;
 using std::string;
 using test_support::escaped;
 using test_support::printable;
-using tokens = std::vector<string>;
 namespace unicode = replay::unicode;
-
-tokens split(std::string_view text, std::string_view delimiters, value_splitter::quotes in_tokens) {
-    value_splitter splitter(text, delimiters, in_tokens);
-    tokens found;
-    for (string token; splitter.next(token);) found.push_back(token);
-    return found;
-}
-
-TEST(value_splitter, tokens) {
-    const struct {
-        const char* text;
-        const char* delimiters;
-        tokens quotes_kept;
-        tokens quotes_dropped;
-    } rows[] = {
-        {"", ";,", {}, {}},
-        {"; ,;", ";,", {}, {}},
-        {"a;b,c", ";,", {"a", "b", "c"}, {"a", "b", "c"}},
-        {"  a b ;; c\t", ";,", {"a b ", "c\t"}, {"a b ", "c\t"}},
-        {"a;\"b;c\";d", ";,", {"a", "\"b;c\"", "d"}, {"a", "b;c", "d"}},
-        {"\"\";a", ";,", {"\"\"", "a"}, {"a"}},
-        {"\" a\"", ";,", {"\" a\""}, {" a"}},
-        {"\"a;b", ";,", {"\"a;b"}, {"a;b"}},
-        {"a\\;b;c\\", ";,", {"a;b", "c"}, {"a;b", "c"}},
-        {"\\ a;\\\\;\\\"b;c", ";,", {" a", "\\", "\"b", "c"}, {" a", "\\", "\"b", "c"}},
-        // A backslash within quotes neither goes nor saves the quote behind it.
-        {"\"a\\\"b;c\";d", ";,", {"\"a\\\"b", "c\";d"}, {"a\\b", "c;d"}},
-        {"=?x?Q?a;b?=;c", ";,", {"=?x?Q?a;b?=", "c"}, {"=?x?Q?a;b?=", "c"}},
-        {"=?x?B?\"\\;?=;c", ";,", {"=?x?B?\"\\;?=", "c"}, {"=?x?B?\"\\;?=", "c"}},
-        // "?=" where the text begins with an escape ends the word early.
-        {"=?x?Q?=41,b?=", ";,", {"=?x?Q?=41", "b?="}, {"=?x?Q?=41", "b?="}},
-        {"=?=;a", ";,", {"=?=", "a"}, {"=?=", "a"}},
-        {"=?=?;a?=;b", ";,", {"=?=?;a?=", "b"}, {"=?=?;a?=", "b"}},
-        {"=?a;b", ";,", {"=?a;b"}, {"=?a;b"}},
-        {"?a;b?c;d=", ";,", {"?a", "b?c", "d="}, {"?a", "b?c", "d="}},
-        {"?a?b", "?", {"a?b"}, {"a?b"}},
-        {" a  b ", " ", {"a", "b"}, {"a", "b"}},
-        {"a = \"=\"", "=", {"a ", "\"=\""}, {"a ", "="}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        EXPECT_EQ(split(row.text, row.delimiters, value_splitter::quotes::keep), row.quotes_kept);
-        EXPECT_EQ(split(row.text, row.delimiters, value_splitter::quotes::drop),
-                  row.quotes_dropped);
-    }
-}
 
 TEST(unstructured_value, decodes) {
     const struct {
@@ -74,41 +24,30 @@ TEST(unstructured_value, decodes) {
         const char* charset;  // afterwards
     } rows[] = {
         {"", u"", "iso-8859-1"},
-        {"   ", u"", "iso-8859-1"},
         {"  a  b\tc   ", u"a  b\tc", "iso-8859-1"},
         {"\xE9\x80", u"\u00E9\u0080", "iso-8859-1"},
         {"=?utf-8?Q?a?= =?utf-8?Q?b?=", u"ab", "utf-8"},
         {"=?utf-8?Q?a?=    =?utf-8?Q?b?=  c", u"ab  c", "utf-8"},
-        {"=?utf-8?Q?a?= b", u"a b", "utf-8"},
         {"a  =?utf-8?Q?b?=", u"a  b", "utf-8"},
-        {"=?utf-8?Q?a?= - =?utf-8?Q?b?=", u"a - b", "utf-8"},
-        {"x=?utf-8?B?YQ==?=y", u"xay", "utf-8"},
         {"\xE9=?utf-8?Q?=C3=A9?=\xE9", u"\u00E9\u00E9\u00E9", "utf-8"},
         {"x=?utf-8?Q?a?= =?utf-8?Q?b?=y", u"xaby", "utf-8"},
         {"=?utf-8?X?a?=", u"=?utf-8?X?a?=", "utf-8"},
-        {"=?utf-8?X?a?= \xC3\xA9", u"=?utf-8?X?a?= \u00E9", "utf-8"},
         {"=?iso-8859-1?Q?a?b?=", u"=?iso-8859-1?Q?a?b?=", "iso-8859-1"},
         {"=?utf-8?Q?a?==?utf-8?Q?b?=", u"=?utf-8?Q?a?==?utf-8?Q?b?=", "iso-8859-1"},
-        {"=?utf-8?Q?a", u"=?utf-8?Q?a", "iso-8859-1"},
         {"=?utf-8?=", u"=?utf-8?=", "iso-8859-1"},
         {"=?=", u"=?=", "iso-8859-1"},
-        {"=?=x?Q?a", u"=?=x?Q?a", "iso-8859-1"},
-        {"?=?", u"?=?", "iso-8859-1"},
-        {"?==?", u"?==?", "iso-8859-1"},
         {"=?utf-8?q?a_=5F=3d?=", u"a _=", "utf-8"},
         {"=?utf-8?Q?a=4?=", u"a=4", "utf-8"},
         {"=?utf-8?Q?=?=", u"=", "utf-8"},
         {"=?utf-8?Q?\?= =?utf-8?B?\?=", u"", "utf-8"},
         {"=?utf-8?Q?a b?=", u"=?utf-8?Q?a b?=", "iso-8859-1"},
         {"=?UTF-8?b?w6!k?=", u"\u00E9", "UTF-8"},
-        {"=?utf-8?Q?=F0=9F=98=80?=", u"\U0001F600", "utf-8"},
         {"=?utf-8?Q?a=FFb?=", u"a\uFFFDb", "utf-8"},
         {"=?nonsense?Q?=E9?=", u"\u00E9", "nonsense"},
         {"=??Q?=E9?=", u"\u00E9", ""},
         {"=?koi8-r?Q?=C1?= \xC1", u"\u0430 \u0430", "koi8-r"},
         {"\xC1 =?koi8-r?Q?=C1?=", u"\u00C1 \u0430", "koi8-r"},
         {"=?iso-2022-jp?B?GyRCJCIbKEI=?=", u"\u3042", "iso-2022-jp"},
-        {"=?Shift_JIS?B?gqA=?=", u"\u3042", "Shift_JIS"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(escaped(row.raw));
@@ -147,10 +86,7 @@ TEST(unstructured_value, encodes) {
         {u"\u00E9", "iso-8859-1", "=?iso-8859-1?Q?=E9?="},
         {u"\u00E9a", "iso-8859-1", "=?iso-8859-1?Q?=E9a?="},  // as long as base64
         {u"\u00E9\u00E9", "iso-8859-1", "=?iso-8859-1?B?6ek=?="},
-        {u"\u00E9 b", "iso-8859-1", "=?iso-8859-1?B?6SBi?="},
         {u"\u00E9 a b_c d?", "iso-8859-1", "=?iso-8859-1?Q?=E9_a_b=5Fc_d=3F?="},
-        {u"\u00E9", "UTF-8", "=?UTF-8?B?w6k=?="},
-        {u"\u00E9", "nonsense", "=?nonsense?Q?=E9?="},
         {u"\u043F\u0440\u0438", "koi8-r", "=?koi8-r?B?0NLJ?="},
     };
     for (const auto& row : rows) {
@@ -164,8 +100,6 @@ TEST(unstructured_value, encodes) {
     for (int i = 0; i < 1000; ++i) long_text += u'\u00E9';
     value.set_value(long_text);
     EXPECT_EQ(value.unparse().size(), 12 + (2000 + 2) / 3 * 4U);  // one word, however long
-    value.charset = "koi8-r";
-    EXPECT_THROW(value.unparse(), unicode::unmappable_character);
     value.charset = "nonsense";
     value.set_value(u"\u0100");
     EXPECT_THROW(value.unparse(), unicode::unmappable_character);
@@ -194,9 +128,7 @@ TEST(parametized_value, parses) {
         const char* expected;
     } rows[] = {
         {"", ""},
-        {" ; , ", ""},
         {"attachment; filename=\"a;b.txt\"", "attachment|filename=a;b.txt"},
-        {"text/plain, charset=x", "text/plain|charset=x"},
         {"text/plain ; Charset=US-ASCII; x", "text/plain|Charset=US-ASCII|x="},
         {"; charset=utf-8", "charset=utf-8"},
         {"a; b=c=d; e=\"f=g\"; h==i; j=; =k", "a|e=f=g|h=i|j=|k="},
@@ -205,9 +137,15 @@ TEST(parametized_value, parses) {
         {"a; b=\\\"c\\;", "a|b=c;"},  // the second splitting takes the quote away
         {"a; filename*0=\"x\"; filename*1*=utf-8''y", "a|filename*0=x|filename*1*=utf-8''y"},
         {"a; b=1; B=2; b=3", "a|b=1|B=2|b=3"},
-        {"a; n=\"=?utf-8?Q?=C3=A9;?=\"", "a|n={E9};"},
         {"a; n==?utf-8?Q?=C3=A9?=; m=1", "a|m=1"},
         {"=?koi8-r?Q?a,;=C1?=; n=\xC1", "a,;{430}|n={430}"},
+        {"\"\";a", "\"\"|a="},
+        {"\"a;b;c", "\"a;b;c"},
+        {"a\\;b;c\\", "a;b|c="},
+        // A backslash within quotes neither goes nor saves the quote behind it.
+        {"a; b=\"c\\\"d;e\"; f", "a|b=c\\d|e; f="},
+        // "?=" where the text begins with an escape ends the word early.
+        {"=?x?Q?=41,b?=; c=1", "=?x?Q?=41|b?=|c=1"},
     };
     parametized_value_type value;
     for (const auto& row : rows) {
@@ -269,7 +207,6 @@ TEST(addresses_value, parses) {
         {"", ""},
         {"Bob <b@c>, Al (a@d)", "\"b@c\"|Bob, \"Al\"|a@d"},
         {"\"Last, First\" <a@b>", "\"a@b\"|Last, First"},
-        {"<a@b>;c@d", "\"a@b\"|a@b, \"c@d\"|"},
         {"a@b (The Name)", "\"a@b\"|The Name"},
         {"Bob <b@c> , x", "\"Bob\"|, \"x\"|"},
         {"<>, (), < >", ""},
@@ -280,8 +217,6 @@ TEST(addresses_value, parses) {
         {"\"a b\"@c d", "\"a b@c\"|"},
         {"a\\,b@c", "\"a,b@c\"|"},
         {"=?utf-8?Q?a,b?= <c@d>", "\"c@d\"|a,b"},
-        {"=?utf-8?Q?a?= =?utf-8?Q?b?= <c@d>", "\"c@d\"|ab"},
-        {"a@b (=?utf-8?Q?=C3=A9?=)", "\"a@b\"|{E9}"},
         {"x <=?iso-8859-1?Q?=E9?=>", "\"\\xE9\"|x"},
         {"Bob <=?utf-8?Q?\?=>, <=?utf-8?Q?\?=>", "\"\"|Bob"},
         {"=?utf-8?Q?a?=", "\"=?utf-8?Q?a?=\"|"},

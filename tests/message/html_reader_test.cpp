@@ -1,10 +1,8 @@
 #include "message/html_reader.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,7 +56,6 @@ struct event_case {
 
 const event_case event_cases[] = {
     {"nothing", u"", {}},
-    {"text only", u"a b;", {"Ta b;"}},
     {"no text at the end", u"<a>", {"T", "<a", ">a"}},
     {"text around a tag", u"x<a>y", {"Tx", "<a", ">a", "Ty"}},
     {"end tag", u"</A>", {"T", "</A", ">/A"}},
@@ -66,7 +63,6 @@ const event_case event_cases[] = {
     {"blank for a name", u"< a>", {"T", "<", "=a", ">"}},
     {"a name holds what it likes", u"<a/b\"<&='>x", {"T", "<a/b\"<&='", ">a/b\"<&='", "Tx"}},
     {"name cut by the end", u"x<a", {"Tx"}},
-    {"only less-than", u"<<<<", {"T"}},
     {"tag cut behind its name", u"<a ", {"T", "<a"}},
     {"comment", u"<!-- a>b --><c>", {"T", "<!--", "=a", ">!--", "Tb -->", "<c", ">c"}},
     {"script", u"<script>if (a<b) c</script>", {"T", "<script", ">script", "Tif (a", "<b)", ">b)"}},
@@ -79,9 +75,6 @@ const event_case event_cases[] = {
     {"an ampersand in a name", u"AT&T rocks", {"TAT", "&T", "Trocks"}},
     {"semicolon at once", u"&;x", {"T", "&", "Tx"}},
     {"an entity runs over tags", u"&a<b>&c d", {"T", "&a<b>&c", "Td"}},
-    {"a no-break space ends an entity", u"&a\u00A0b", {"T", "&a", "Tb"}},
-    {"a zero width space does not", u"&a\u200Bb;", {"T", "&a{200B}b"}},
-    {"two entities", u"&a;&b;", {"T", "&a", "T", "&b"}},
 
     {"no quotes", u"<a b=c d=e>", {"T", "<a", "=b=c", "=d=e", ">a"}},
     {"no value", u"<a b c>", {"T", "<a", "=b", "=c", ">a"}},
@@ -90,21 +83,16 @@ const event_case event_cases[] = {
     {"name without value but with a sign", u"<a b=>", {"T", "<a", "=b=", ">a"}},
     {"blanks around the sign", u"<a b = c>", {"T", "<a", "=b", "==", "=c", ">a"}},
     {"blank before a quote", u"<a b= \"c d\">", {"T", "<a", "=b=", "=\"c", "=d\"", ">a"}},
-    {"double quotes", u"<a b=\"c>'d\">", {"T", "<a", "=b=c>'d", ">a"}},
     {"single quotes", u"<a b='c\"d'>", {"T", "<a", "=b=c\"d", ">a"}},
-    {"empty quotes", u"<a b=''>", {"T", "<a", "=b=", ">a"}},
     {"quote within a value", u"<a b=c'd'>", {"T", "<a", "=b=c'd'", ">a"}},
     {"slash and entity in a value", u"<a b=/c&amp;>", {"T", "<a", "=b=/c&amp;", ">a"}},
     {"what touches the closing quote is lost", u"<a b='c'd=e f>", {"T", "<a", "=b=c", "=f", ">a"}},
     {"slash before the end", u"<br />", {"T", "<br", ">br"}},
-    {"slash in the name", u"<br/>", {"T", "<br/", ">br/"}},
     {"slash ends a name without a call", u"<a b/c=d e>", {"T", "<a", "=e", ">a"}},
     {"quotes around a name", u"<a \"b>\">", {"T", "<a", "=\"b", ">a", "T\">"}},
 
     {"escaped quote", u"<a href='x\\'y'>", {"T", "<a", "=href=x'y", ">a"}},
-    {"escaped backslash", u"<a b='\\\\'c>", {"T", "<a", "=b=\\", ">a"}},
     {"escape of anything", u"<a b=\"\\n\\\"\\>\">", {"T", "<a", "=b=n\">", ">a"}},
-    {"two escaped values", u"<a b='\\x' c='\\y'>", {"T", "<a", "=b=x", "=c=y", ">a"}},
     {"no escape without quotes", u"<a b=\\c\\>", {"T", "<a", "=b=\\c\\", ">a"}},
     {"backslash at the end of the text", u"<a b='\\", {"T", "<a"}},
     {"escaped quote at the end of the text", u"<a b='\\'", {"T", "<a"}},
@@ -114,7 +102,6 @@ const event_case event_cases[] = {
     {"end within quotes", u"<a href='x> ", {"T", "<a"}},
     {"end behind the quote", u"<a href='x'", {"T", "<a", "=href=x"}},
     {"end behind an attribute's name", u"<a b", {"T", "<a"}},
-    {"end behind a blank", u"<a b ", {"T", "<a", "=b"}},
 
     {"NUL and surrogates",
      {u"\0<\xD800>\xDC00&\0;", 8},
@@ -128,27 +115,18 @@ TEST(html_reader, gives_the_events_in_order) {
     }
 }
 
-// True when `cut` is how `whole` begins, but for a last text that may end early.
-bool begins_with(const events& whole, const events& cut) {
-    if (cut.empty()) return true;
-    if (cut.size() > whole.size()) return false;
-    const std::size_t last = cut.size() - 1;
-    return std::equal(cut.begin(), cut.end() - 1, whole.begin()) &&
-           (cut[last] == whole[last] ||
-            (cut[last][0] == 'T' && whole[last].starts_with(cut[last])));
-}
-
 TEST(html_reader, a_text_cut_short_gives_the_first_events) {
-    std::size_t cuts = 0;
     for (const event_case& row : event_cases) {
-        SCOPED_TRACE(row.what);
-        for (std::size_t size = 0; size < row.html.size(); ++size, ++cuts) {
-            SCOPED_TRACE(size);
-            const events found = events_of(row.html.substr(0, size));
-            EXPECT_TRUE(begins_with(row.wanted, found)) << testing::PrintToString(found);
+        for (std::size_t size = 0; size < row.html.size(); ++size) {
+            SCOPED_TRACE(row.what + (" " + std::to_string(size)));
+            events found = events_of(row.html.substr(0, size));
+            if (found.empty()) continue;
+            ASSERT_LE(found.size(), row.wanted.size());
+            events wanted(row.wanted.begin(), row.wanted.begin() + found.size());
+            if (found.back()[0] == 'T') wanted.back().resize(found.back().size());  // may end early
+            EXPECT_EQ(found, wanted);
         }
     }
-    EXPECT_GT(cuts, 400u);
 }
 
 // The stretch between two marks is searched in blocks: a mark is found wherever it stands in one,
@@ -167,28 +145,6 @@ TEST(html_reader, finds_a_mark_at_every_place) {
     }
 }
 
-// Remembers where the views point.
-class view_keeper : public recorder {
-public:
-    std::vector<std::u16string_view> views;
-
-    using recorder::attribute;
-    void attribute(std::u16string_view name, std::u16string_view value) override {
-        views.insert(views.end(), {name, value});
-    }
-};
-
-TEST(html_reader, values_without_escape_are_no_copies) {
-    const std::u16string html = u"<a bb='cc' dd=ee ff='g\\'h'>";
-    view_keeper handler;
-    parse(html, handler);
-    const auto points_at = [&html](std::u16string_view view) {
-        return view.data() == html.data() + html.find(view);
-    };
-    ASSERT_EQ(handler.views.size(), 6u);
-    for (std::size_t i = 0; i < 5; ++i) EXPECT_TRUE(points_at(handler.views[i])) << i;
-}
-
 struct text_case {
     const char* what;
     std::u16string_view html;
@@ -198,31 +154,22 @@ struct text_case {
 
 const text_case text_cases[] = {
     {"no body", u"<html>x&foo;</html>", u"", {}},
-    {"line end for br", u"<body>a<br>b</body>", u"a\r\nb", {}},
     {"line end for p in capitals", u"<body>a<P CLASS=x>b", u"a\r\nb", {}},
     {"an end of p is a blank", u"<body>a</p>b", u"a b", {}},
     {"br with a slash is another tag", u"<body>a<br/>b<br />c", u"a b\r\nc", {}},
-    {"blank for other tags", u"<body>a<b>c</b>d</body>", u"a c d", {}},
     {"style is dropped", u"<body><style>s</style>t</body>", u"  t", {}},
-    {"style in capitals is dropped", u"<body><STYLE>s</STYLE>t</body>", u"  t", {}},
     {"meta drops what comes behind it", u"<body>a<meta x>b<i>c", u"a  c", {}},
     {"script stays", u"<body><script>s</script></body>", u" s ", {}},
     {"body in capitals with attributes", u"x<BODY bgcolor=red>a</Body>b", u"a", {}},
-    {"body not ended", u"<body", u"", {}},
-    {"body without its end sign", u"<body x='a", u"", {}},
     {"a second body is a blank", u"<body>a<body>b", u"a b", {}},
-    {"a body again", u"<body>a</body>b<body>c", u"ac", {}},
     {"the end of the body without its sign", u"<body>a</body ", u"a", {}},
-    {"an end tag of the body alone", u"</body>a", u"", {}},
     {"comment", u"<body>a<!-- b -->c<!-- <i>d -->e", u"a c d -->e", {}},
 
     {"named and numbered entities", u"<body>&amp;&foo;&#65;&#x41;</body>", u"&AA", {u"foo"}},
-    {"entities behind style count", u"<body><style>s&lt;</style>", u" < ", {}},
     {"an entity before the body", u"&foo;&#xzz;<body>a", u"a", {}},
     {"an entity behind the body", u"<body>a</body>&foo;&#xzz;", u"a", {}},
     {"case counts", u"<body>&AElig;&aelig;&AELIG;", u"\u00C6\u00E6", {u"AELIG"}},
     {"an entity swallows its blank", u"<body>a &nbsp b", u"a \u00A0b", {}},
-    {"bare ampersands", u"<body>a & b &; c", u"a b  c", {u""}},
     {"names that nothing stands for",
      u"<body>&#;&#x;&#X;&a\u2026;",
      u"",
@@ -234,7 +181,6 @@ const text_case text_cases[] = {
     {"a name with NUL behind it", {u"<body>&amp\0;", 12}, u"", {{u"amp\0", 4}}},
     {"a name longer than any", u"<body>&thetasym;&thetasyms;", u"\u03D1", {u"thetasyms"}},
 
-    {"decimal beyond 16 bits", u"<body>&#65601;", u"A", {}},
     {"decimal beyond 64 bits", u"<body>&#18446744073709551681;", u"A", {}},
     {"decimal with other things behind", u"<body>&#65abc;", u"A", {}},
     {"decimal without digits", u"<body>&#abc;&#-65;", {u"\0\0", 2}, {}},
@@ -281,7 +227,6 @@ struct bad_reference_case {
 const bad_reference_case bad_reference_cases[] = {
     {"behind the digits", u"#x41g", "Invalid Codeword 0x67"},
     {"a sign", u"#x-1", "Invalid Codeword 0x2D"},
-    {"two x", u"#xx41", "Invalid Codeword 0x78"},
     {"over 127", u"#x\u00E9", "Invalid Codeword 0xFFFFFFE9"},
     {"over 255, the low byte a digit", u"#x\u0130", "Invalid Codeword 0x30"},
     {"a wide digit", u"#x4\uFF11", "Invalid Codeword 0x11"},

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 
 #include "foundation/translate.h"
-#include "message/character_set.h"
 #include "message/part.h"
 #include "support/mail_text.h"
 #include "support/tree_outline.h"
@@ -78,32 +76,8 @@ TEST(part_limits, number_of_parts) {
     EXPECT_NE(over_limit.children.back().body.find("more\r\n"), string::npos);
 }
 
-// True when the text was read, false when it was given up for one of the reasons that a reader may
-// give.
-bool holds_together(const string& text) {
-    try {
-        part read(text);
-        const std::size_t count = test_support::count_parts(read);
-        EXPECT_LE(depth_of(read), most_depth + 1);  // one more for uuencoded files
-        part_map map;
-        read.flatten(map, false);
-        EXPECT_EQ(map.size(), count);
-        EXPECT_EQ(outline(part(test_support::split_slowly(text, true)),
-                          test_support::outline_detail::with_headers),
-                  outline(read, test_support::outline_detail::with_headers));
-        const part again(test_support::written(read));
-        const string once_more = test_support::written(again);
-        EXPECT_FALSE(once_more.empty());
-        return true;
-    } catch (const depth_limit&) {
-    } catch (const replay::unicode::generic&) {
-    } catch (const replay::coding::translate::invalid_codeword&) {
-    }
-    return false;
-}
-
 TEST(part_limits, cut_short_at_every_length) {
-    string text = test_support::mail(R"(
+    const string text = test_support::mail(R"(
 Content-Type: multipart/mixed;
 	boundary="B"
 
@@ -132,36 +106,17 @@ end
 --B--
 )");
     for (std::size_t length = 0; length <= text.size(); ++length) {
-        EXPECT_TRUE(holds_together(text.substr(0, length))) << "length " << length;
+        SCOPED_TRACE(length);
+        const string cut = text.substr(0, length);
+        part read(cut);
+        part_map map;
+        read.flatten(map, false);
+        EXPECT_EQ(map.size(), test_support::count_parts(read));
+        const auto detail = test_support::outline_detail::with_headers;
+        EXPECT_EQ(outline(part(test_support::split_slowly(cut, true)), detail),
+                  outline(read, detail));
+        EXPECT_NO_THROW(test_support::written(part(test_support::written(read))));
     }
-}
-
-TEST(part_limits, examples_with_bytes_changed) {
-    std::mt19937 random(822);
-    const std::string pieces[] = {"\r",        "\n",         "\r\n\r\n", "--",
-                                  "=?",        "?=",         "\"",       ";",
-                                  "boundary=", "begin 644 ", "\nend\n",  "message/rfc822",
-                                  "\xFF",      ".eml",       "="};
-    int read = 0;
-    constexpr int rounds = 2000;
-    for (int round = 0; round < rounds; ++round) {
-        auto chosen = test_support::examples().begin();
-        std::advance(chosen, random() % test_support::examples().size());
-        string text = chosen->second;
-        for (std::size_t changes = 1 + random() % 8; changes > 0; --changes) {
-            const std::size_t at = random() % (text.size() + 1);
-            switch (random() % 3) {
-                case 0: text.insert(at, pieces[random() % std::size(pieces)]); break;
-                case 1: text.erase(at, 1 + random() % 40); break;
-                default:
-                    if (at < text.size())
-                        text[at] = static_cast<char>(text[at] ^ (1 << random() % 8));
-            }
-        }
-        read += holds_together(text) ? 1 : 0;
-        ASSERT_FALSE(HasFailure()) << "round " << round << ", " << chosen->first;
-    }
-    EXPECT_GT(read, rounds * 9 / 10);
 }
 
 }  // namespace

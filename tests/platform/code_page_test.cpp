@@ -6,11 +6,11 @@
 #include <map>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/code_page_digests.h"
 #include "platform/code_page_list.h"
+#include "support/in_threads.h"
 
 namespace replay::platform {
 namespace {
@@ -67,19 +67,6 @@ TEST(code_page, tables_agree_with_the_published_ones) {
     }
 }
 
-TEST(code_page, every_listed_page_opens) {
-    for (const code_page_entry& page : code_page_list()) {
-        SCOPED_TRACE(page.number);
-        EXPECT_TRUE(is_code_page(page.number));
-        std::u16string wide;
-        EXPECT_EQ(decode("", page.number, on_error::stop, wide), status::done);
-        std::string bytes;
-        ASSERT_EQ(encode(u"A1", page.number, on_error::stop, bytes), status::done);
-        ASSERT_EQ(decode(bytes, page.number, on_error::stop, wide), status::done);
-        EXPECT_EQ(wide, u"A1");
-    }
-}
-
 TEST(code_page, what_decodes_comes_back) {
     for (const code_page_entry& page : code_page_list()) {
         if (!has_table(page)) continue;
@@ -124,44 +111,24 @@ struct text_sample {
 
 using namespace std::string_view_literals;
 
-// Written by hand from the standards; each goes both ways.
+// Written by hand from the standards; each goes both ways. Here are the pages without a published
+// table, several bytes a character, and what the published ones leave out.
 const text_sample samples[] = {
-    {"KOI8-R", 20866, "\xF0\xD2\xC9\xD7\xC5\xD4, \xCD\xC9\xD2"sv, u"Привет, мир"},
-    {"KOI8-U", 21866, "\xB7\xD6\xC1\xCB \xAE\xBE"sv, u"Їжак ўЎ"},
-    {"1251", 1251, "\xD1\xFA\xE5\xF8\xFC \xB8"sv, u"Съешь ё"},
     {"1252", 1252, "\x80 \x93\xE4\x94 \x81\x8D\x8F\x90\x9D"sv, u"€ “ä” \x81\x8D\x8F\x90\x9D"},
     {"1253, bytes without a letter", 1253, "\xC1\xAA\xD2\xFF"sv, u"Α\xF8F9\xF8FA\xF8FB"},
     {"1255, vowel points apart", 1255, "\xF9\xD1\xC7\xCA"sv, u"\x5E9\x5C1\x5B7\x5BA"},
     {"1257", 1257, "\xC0\xA1\xA5"sv, u"Ą\xF8FC\xF8FD"},
     {"1258, tone marks apart", 1258, "a\xEC"sv, u"a\x301"},
     {"874", 874, "\xA1\xD2\xC3\xDB"sv, u"การ\xF8C1"},
-    {"8859-2", 28592, "\xB1\xE6"sv, u"ąć"},
-    {"8859-15", 28605, "\xA4\xBE"sv, u"€Ÿ"},
-    {"8859-16", 28606, "\xA4\xBA\xDE"sv, u"€șȚ"},
     {"8859-8, in logical order", 38598, "\xF9\xAF\xFD\xBF"sv, u"ש‾\x200E\xF79D"},
-    {"437, straight controls", 437, "\x1A\x1C\x7F\x80\xE6"sv, u"\x1A\x1C\x7FÇµ"},
-    {"850", 850, "\x84\xE6\x1A"sv, u"äµ\x1A"},
-    {"866", 866, "\x8F\xE0\xA8\x7F"sv, u"При\x7F"},
     {"page 1 is 437", 1, "\xE6\xE1\x1C"sv, u"µß\x1C"},
     {"page 2 is Mac Roman", 2, "\x8A\xDB"sv, u"ä¤"},
-    {"Mac Greek", 10006, "\xE1\x9C"sv, u"α\xAD"},
-    {"Mac Cyrillic", 10007, "\xE0\xA2\xB6\xFF"sv, u"а¢∂¤"},
-    {"Mac Arabic", 10004, "\xC7\xE4 \xAC"sv, u"ال ،"},
-    {"Mac Icelandic", 10079, "\xDC\xE0\x8A"sv, u"Ðýä"},
-    {"German ISO 646", 20106, "\x7B\x7C\x7D\x7E[\\]@"sv, u"äöüßÄÖÜ§"},
-    {"Swedish ISO 646", 20107, "}{|`"sv, u"åäöé"},
-    {"Norwegian ISO 646", 20108, "{|}#"sv, u"æøå§"},
-    {"ASMO 708", 708, "\xC7\xE4\x82"sv, u"الé"},
-    {"Europa 3", 29001, "\x01\x02\x7F"sv, u"ΆΈ\x7F"},
-    {"EBCDIC US", 37, "\xC8\x85\x93\x93\x96\x25"sv, u"Hello\n"},
     {"EBCDIC Latin-1", 1047, "\x15\xC1"sv, u"\nA"},
     {"Shift_JIS", 932, "\x93\xFA\x96\x7B\x8C\xEA\xB6\xC5\x95\x5C\x5C\x7E\x1A\x1C\x7F"sv,
      u"日本語ｶﾅ表\\~\x1A\x1C\x7F"},
     {"Shift_JIS, the usual of several", 932, "\x81\xE0\x87\x54\x81\xCA\xFC\x4B"sv, u"≒Ⅰ￢黑"},
     {"Mac Japanese", 10001, "\x93\xFA\xFD\xFE\x80\xA0"sv, u"日©™\x80\xA0"},
-    {"EUC-JP", 51932, "\xC6\xFC\xCB\xDC\xB8\xEC\x8E\xB6"sv, u"日本語ｶ"},
     {"GBK", 936, "\xBC\xF2\xCC\xE5\x87\xD6\x80"sv, u"简体囍€"},
-    {"EUC-CN as GBK", 51936, "\xBC\xF2\x87\xD6"sv, u"简囍"},
     {"Mac Chinese", 10008, "\xBC\xF2\xA1\xA4"sv, u"简・"},
     {"GB18030", 54936, "\xBA\xBA\xA2\xE3\x95\x32\x82\x36\x83\x36\x84\x33"sv, u"汉€𠀀한"},
     {"HZ", 52936, "~{VPND~} ok~~"sv, u"中文 ok~"},
@@ -217,39 +184,37 @@ TEST(code_page, a_text_cut_at_any_length_is_an_error_or_its_beginning) {
     }
 }
 
-struct broken_sample {
-    const char* what;
-    std::int32_t page;
-    std::string_view bytes;
-    std::u16string_view replaced;
-};
-
-const broken_sample broken_samples[] = {
-    {"UTF-8: stray trail", 65001, "a\x80z"sv, u"a\xFFFDz"},
-    {"UTF-8: overlong", 65001, "\xC0\xAF"sv, u"\xFFFD\xFFFD"},
-    {"UTF-8: overlong of three", 65001, "\xE0\x9F\xBF"sv, u"\xFFFD\xFFFD\xFFFD"},
-    {"UTF-8: surrogate", 65001, "\xED\xA0\x80"sv, u"\xFFFD\xFFFD\xFFFD"},
-    {"UTF-8: above the last character", 65001, "\xF4\x90\x80\x80"sv, u"\xFFFD\xFFFD\xFFFD\xFFFD"},
-    {"UTF-8: one mark a cut sequence", 65001, "\xF0\x9F\x98z\xE2\x82"sv, u"\xFFFDz\xFFFD"},
-    {"UTF-8: no lead byte", 65001, "\xF5\xFF"sv, u"\xFFFD\xFFFD"},
-    {"UTF-8: behind a block of ASCII", 65001, "0123456789abcdef\xFFghijklmnopqrstuvw"sv,
-     u"0123456789abcdef\xFFFDghijklmnopqrstuvw"},
-    {"ASCII with a high byte", 20127, "a\x80"sv, u"a\xFFFD"},
-    {"a hole in 8859-6", 28596, "\xC7\xA1"sv, u"ا\xFFFD"},
-    {"a hole in 857", 857, "\xD5"sv, u"\xFFFD"},
-    {"Shift_JIS: broken trail stays", 932, "\x93<\x93\n"sv, u"\xFFFD<\xFFFD\n"},
-    {"Shift_JIS: lead at the end", 932, "a\x93"sv, u"a\xFFFD"},
-    {"EUC-JP: no third byte plane", 51932, "\x8F\xB0\xA1"sv, u"\xFFFD亜"},
-    {"EUC-KR: lead and control", 51949, "\xB0\x01"sv, u"\xFFFD\x01"},
-    {"GB18030: broken four bytes", 54936, "\x81\x30z"sv,
-     u"\xFFFD"
-     u"0z"},
-    {"HZ: high byte", 52936, "a\xFFz"sv, u"a\xFFFDz"},
-    {"ISO-2022-JP: high byte", 50220, "a\xFFz"sv, u"a\xFFFDz"},
-};
-
 TEST(code_page, broken_bytes_stop_or_are_replaced) {
-    for (const broken_sample& row : broken_samples) {
+    const struct {
+        const char* what;
+        std::int32_t page;
+        std::string_view bytes;
+        std::u16string_view replaced;
+    } rows[] = {
+        {"UTF-8: stray trail", 65001, "a\x80z"sv, u"a\xFFFDz"},
+        {"UTF-8: overlong", 65001, "\xC0\xAF"sv, u"\xFFFD\xFFFD"},
+        {"UTF-8: overlong of three", 65001, "\xE0\x9F\xBF"sv, u"\xFFFD\xFFFD\xFFFD"},
+        {"UTF-8: surrogate", 65001, "\xED\xA0\x80"sv, u"\xFFFD\xFFFD\xFFFD"},
+        {"UTF-8: above the last character", 65001, "\xF4\x90\x80\x80"sv,
+         u"\xFFFD\xFFFD\xFFFD\xFFFD"},
+        {"UTF-8: one mark a cut sequence", 65001, "\xF0\x9F\x98z\xE2\x82"sv, u"\xFFFDz\xFFFD"},
+        {"UTF-8: no lead byte", 65001, "\xF5\xFF"sv, u"\xFFFD\xFFFD"},
+        {"UTF-8: behind a block of ASCII", 65001, "0123456789abcdef\xFFghijklmnopqrstuvw"sv,
+         u"0123456789abcdef\xFFFDghijklmnopqrstuvw"},
+        {"ASCII with a high byte", 20127, "a\x80"sv, u"a\xFFFD"},
+        {"a hole in 8859-6", 28596, "\xC7\xA1"sv, u"ا\xFFFD"},
+        {"a hole in 857", 857, "\xD5"sv, u"\xFFFD"},
+        {"Shift_JIS: broken trail stays", 932, "\x93<\x93\n"sv, u"\xFFFD<\xFFFD\n"},
+        {"Shift_JIS: lead at the end", 932, "a\x93"sv, u"a\xFFFD"},
+        {"EUC-JP: no third byte plane", 51932, "\x8F\xB0\xA1"sv, u"\xFFFD亜"},
+        {"EUC-KR: lead and control", 51949, "\xB0\x01"sv, u"\xFFFD\x01"},
+        {"GB18030: broken four bytes", 54936, "\x81\x30z"sv,
+         u"\xFFFD"
+         u"0z"},
+        {"HZ: high byte", 52936, "a\xFFz"sv, u"a\xFFFDz"},
+        {"ISO-2022-JP: high byte", 50220, "a\xFFz"sv, u"a\xFFFDz"},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         std::u16string wide = u"kept";
         EXPECT_EQ(decode(row.bytes, row.page, on_error::stop, wide), status::untranslatable);
@@ -271,30 +236,28 @@ TEST(code_page, bytes_that_are_no_text_give_nothing) {
     }
 }
 
-struct narrow_sample {
-    const char* what;
-    std::int32_t page;
-    std::u16string_view wide;
-    std::string_view replaced;
-};
-
-const narrow_sample narrow_samples[] = {
-    {"above Latin-1", 28591, u"aĀz", "a?z"},
-    {"no full-width look-alike", 1252, u"Ａ", "?"},
-    {"no letter without its accent", 1252, u"ā", "?"},
-    {"no non-breaking hyphen as hyphen", 1252, u"\x2011", "?"},
-    {"no yen sign as backslash", 932, u"¥", "?"},
-    {"invisible characters are not dropped", 50220, u"a\x200B\xAD\x2060z", "a???z"},
-    {"no other dash, in a stream", 50220, u"\x2014\x301C", "??"},
-    {"question mark of EBCDIC", 37, u"AЯ", "\xC1\x6F"},
-    {"a pair is two units in a table", 1251, u"😀", "??"},
-    {"half a pair", 54936, u"a\xD800z", "a?z"},
-    {"UTF-8: low surrogate first", 65001, u"\xDC00\xD800", "\xEF\xBF\xBD\xEF\xBF\xBD"},
-    {"UTF-8: two high surrogates", 65001, u"\xD83D\xD83D\xDE00", "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
-};
-
 TEST(code_page, units_without_bytes_stop_or_are_replaced) {
-    for (const narrow_sample& row : narrow_samples) {
+    const struct {
+        const char* what;
+        std::int32_t page;
+        std::u16string_view wide;
+        std::string_view replaced;
+    } rows[] = {
+        {"above Latin-1", 28591, u"aĀz", "a?z"},
+        {"no full-width look-alike", 1252, u"Ａ", "?"},
+        {"no letter without its accent", 1252, u"ā", "?"},
+        {"no non-breaking hyphen as hyphen", 1252, u"\x2011", "?"},
+        {"no yen sign as backslash", 932, u"¥", "?"},
+        {"invisible characters are not dropped", 50220, u"a\x200B\xAD\x2060z", "a???z"},
+        {"no other dash, in a stream", 50220, u"\x2014\x301C", "??"},
+        {"question mark of EBCDIC", 37, u"AЯ", "\xC1\x6F"},
+        {"a pair is two units in a table", 1251, u"😀", "??"},
+        {"half a pair", 54936, u"a\xD800z", "a?z"},
+        {"UTF-8: low surrogate first", 65001, u"\xDC00\xD800", "\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"UTF-8: two high surrogates", 65001, u"\xD83D\xD83D\xDE00",
+         "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         std::string bytes = "kept";
         EXPECT_EQ(encode(row.wide, row.page, on_error::stop, bytes), status::untranslatable);
@@ -366,6 +329,7 @@ TEST(code_page, hostile_units_on_every_page) {
     std::mt19937 random(314159);
     for (const code_page_entry& page : code_page_list()) {
         SCOPED_TRACE(page.number);
+        EXPECT_TRUE(is_code_page(page.number));
         for (int round = 0; round < 100; ++round) {
             std::u16string wide(1 + random() % 20, u'\0');
             for (char16_t& unit : wide) {
@@ -413,12 +377,8 @@ TEST(code_page, threads_get_the_same_results) {
         return results;
     };
     std::vector<std::vector<std::u16string>> results(4);
-    std::vector<std::thread> threads;
-    for (auto& mine : results)
-        threads.emplace_back([&mine, &convert_all] { mine = convert_all(); });
-    for (std::thread& thread : threads) thread.join();
-    const auto expected = convert_all();
-    for (const auto& mine : results) EXPECT_TRUE(mine == expected);
+    test_support::in_threads(4, [&](int number) { results[number] = convert_all(); });
+    EXPECT_THAT(results, testing::Each(convert_all()));
 }
 
 }  // namespace

@@ -17,13 +17,13 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/clock.h"
 #include "platform/host_process.h"
 #include "platform/loaded_modules.h"
 #include "support/child_process.h"
+#include "support/in_threads.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -70,35 +70,27 @@ int run_out_of_stack(int depth) {
     return deeper + buffer[depth % 4096];
 }
 
-void lose_an_exception() noexcept {
-    std::string().at(1) = 'x';
-}
-
-struct crash_case {
-    const char* what;
-    std::function<void()> crash;
-    int signal;
-    const char* line;
-};
-
-const crash_case crash_cases[] = {
-    {"write to nowhere", write_to_nowhere, SIGSEGV,
-     "Signal: 11 SIGSEGV, code 1\nAddress: 0x0000000000000010\n"},
-    {"abort", [] { std::abort(); }, SIGABRT, "Signal: 6 SIGABRT, code -6\nSent by: process "},
-    {"stack overflow", [] { std::_Exit(run_out_of_stack(0)); }, SIGSEGV, "Signal: 11 SIGSEGV"},
-    {"a signal from outside", [] { ::kill(::getpid(), SIGFPE); }, SIGFPE,
-     "Signal: 8 SIGFPE, code 0\nSent by"},
-    {"an exception that nobody catches", lose_an_exception, SIGABRT, "Signal: 6 SIGABRT"},
-    {"a jump to nowhere",
-     [] {
-         volatile std::uintptr_t nowhere = 0x10;
-         reinterpret_cast<void (*)()>(nowhere)();
-     },
-     SIGSEGV, "Address: 0x0000000000000010\n"},
-};
-
 TEST(crash_handler, leaves_a_dump_and_lets_the_process_die_in_the_usual_way) {
-    for (const crash_case& row : crash_cases) {
+    const struct {
+        const char* what;
+        std::function<void()> crash;
+        int signal;
+        const char* line;
+    } rows[] = {
+        {"write to nowhere", write_to_nowhere, SIGSEGV,
+         "Signal: 11 SIGSEGV, code 1\nAddress: 0x0000000000000010\n"},
+        {"abort", [] { std::abort(); }, SIGABRT, "Signal: 6 SIGABRT, code -6\nSent by: process "},
+        {"stack overflow", [] { std::_Exit(run_out_of_stack(0)); }, SIGSEGV, "Signal: 11 SIGSEGV"},
+        {"a signal from outside", [] { ::kill(::getpid(), SIGFPE); }, SIGFPE,
+         "Signal: 8 SIGFPE, code 0\nSent by"},
+        {"a jump to nowhere",
+         [] {
+             volatile std::uintptr_t nowhere = 0x10;
+             reinterpret_cast<void (*)()>(nowhere)();
+         },
+         SIGSEGV, "Address: 0x0000000000000010\n"},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         const temporary_folder folder;
         EXPECT_EQ(outcome_of(folder, armed_by::program, row.crash), -row.signal);
@@ -115,20 +107,17 @@ TEST(crash_handler, leaves_a_dump_and_lets_the_process_die_in_the_usual_way) {
     }
 }
 
-TEST(crash_handler, shows_where_the_code_was) {
+TEST(crash_handler, shows_the_user_alone_where_the_code_was_and_the_modules) {
     const temporary_folder folder;
     outcome_of(folder, armed_by::program, write_to_nowhere);
+    EXPECT_EQ(std::filesystem::status(folder.path(dump_name)).permissions(),
+              std::filesystem::perms(0600));
     const std::string dump = folder.read(dump_name);
     const std::string place = replay::platform::host_process::path() + "+0x";
     EXPECT_THAT(dump, HasSubstr("\nAt: " + place));
     const std::string stack = dump.substr(dump.find("\nStack, words"));
     EXPECT_THAT(stack.substr(0, stack.find("\nStack, first")), HasSubstr(place));
-}
 
-TEST(crash_handler, lists_the_modules_with_their_build_ids) {
-    const temporary_folder folder;
-    outcome_of(folder, armed_by::program, write_to_nowhere);
-    const std::string dump = folder.read(dump_name);
     const auto modules = replay::platform::loaded_modules();
     ASSERT_FALSE(modules.empty());
     EXPECT_EQ(modules.front().path, replay::platform::host_process::path());
@@ -139,13 +128,6 @@ TEST(crash_handler, lists_the_modules_with_their_build_ids) {
         const std::string id = module.build_id.empty() ? "none" : module.build_id;
         EXPECT_THAT(dump, HasSubstr(" " + id + " " + module.path + "\n"));
     }
-}
-
-TEST(crash_handler, is_for_the_user_alone) {
-    const temporary_folder folder;
-    outcome_of(folder, armed_by::program, write_to_nowhere);
-    EXPECT_EQ(std::filesystem::status(folder.path(dump_name)).permissions(),
-              std::filesystem::perms(0600));
 }
 
 TEST(crash_handler, dies_in_the_usual_way_without_a_folder) {
@@ -179,14 +161,10 @@ TEST(crash_handler, writes_one_whole_dump_when_many_threads_crash) {
     const temporary_folder folder;
     const auto crash_together = [] {
         std::barrier together(4);
-        std::vector<std::thread> threads;
-        for (int count = 0; count < 4; ++count) {
-            threads.emplace_back([&] {
-                together.arrive_and_wait();
-                write_to_nowhere();
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
+        test_support::in_threads(4, [&](int) {
+            together.arrive_and_wait();
+            write_to_nowhere();
+        });
     };
     EXPECT_EQ(outcome_of(folder, armed_by::program, crash_together), -SIGSEGV);
     const std::string dump = folder.read(dump_name);
@@ -203,23 +181,21 @@ void be_a_host_that_handles(int signal) {
     ::sigaction(signal, &own, nullptr);
 }
 
-struct host_case {
-    const char* what;
-    armed_by who;
-    int handled;
-    int raised;
-    int outcome;
-    bool leaves_dump;
-};
-
-const host_case host_cases[] = {
-    {"the program's own handler yields to it", armed_by::program, SIGABRT, SIGABRT, -SIGABRT, true},
-    {"a host's handler stays", armed_by::library, SIGABRT, SIGABRT, host_code, false},
-    {"a signal that the host leaves", armed_by::library, SIGABRT, SIGFPE, -SIGFPE, true},
-};
-
 TEST(crash_handler, respects_the_handlers_of_a_foreign_host) {
-    for (const host_case& row : host_cases) {
+    const struct {
+        const char* what;
+        armed_by who;
+        int handled;
+        int raised;
+        int outcome;
+        bool leaves_dump;
+    } rows[] = {
+        {"the program's own handler yields to it", armed_by::program, SIGABRT, SIGABRT, -SIGABRT,
+         true},
+        {"a host's handler stays", armed_by::library, SIGABRT, SIGABRT, host_code, false},
+        {"a signal that the host leaves", armed_by::library, SIGABRT, SIGFPE, -SIGFPE, true},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         const temporary_folder folder;
         child_process child([&] {

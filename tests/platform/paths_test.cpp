@@ -7,61 +7,45 @@
 #include <map>
 #include <string>
 
-#include "platform/clock.h"
 #include "support/temporary_folder.h"
 
 namespace replay::platform {
 namespace {
 
+using std::string;
 using test_support::temporary_folder;
 
-std::map<std::string, std::string> variables;
+std::map<string, string> variables;
 
 const char* variable(const char* name) {
     const auto found = variables.find(name);
     return found == variables.end() ? nullptr : found->second.c_str();
 }
 
-struct places_case {
-    const char* what;
-    std::map<std::string, std::string> environment;
-    std::string home;
-    std::string data;
-    std::string state;
-};
-
-const places_case places_cases[] = {
-    {"a home folder alone",
-     {{"HOME", "/u"}},
-     "",
-     "/u/.local/share/Brindlemoss",
-     "/u/.local/state/Brindlemoss"},
-    {"folders of one's own",
-     {{"HOME", "/u"}, {"XDG_DATA_HOME", "/d/"}, {"XDG_STATE_HOME", "/s"}},
-     "",
-     "/d/Brindlemoss",
-     "/s/Brindlemoss"},
-    {"folders that are not absolute count for nothing",
-     {{"HOME", "/u"}, {"XDG_DATA_HOME", "d"}, {"XDG_STATE_HOME", ""}},
-     "",
-     "/u/.local/share/Brindlemoss",
-     "/u/.local/state/Brindlemoss"},
-    {"a home",
-     {{"HOME", "/u"}, {"BRINDLEMOSS_HOME", "/b//c/../"}},
-     "/b",
-     "/u/.local/share/Brindlemoss",
-     "/u/.local/state/Brindlemoss"},
-    {"an empty home is none",
-     {{"HOME", "/u"}, {"BRINDLEMOSS_HOME", ""}},
-     "",
-     "/u/.local/share/Brindlemoss",
-     "/u/.local/state/Brindlemoss"},
-};
-
 TEST(paths, come_from_the_environment) {
-    for (const places_case& row : places_cases) {
+    const string data = "/u/.local/share/Brindlemoss";
+    const string state = "/u/.local/state/Brindlemoss";
+    const struct {
+        const char* what;
+        std::map<string, string> environment;  // beside HOME
+        string home;
+        string data;
+        string state;
+    } rows[] = {
+        {"a home folder alone", {}, "", data, state},
+        {"folders of one's own",
+         {{"XDG_DATA_HOME", "/d/"}, {"XDG_STATE_HOME", "/s"}},
+         "",
+         "/d/Brindlemoss",
+         "/s/Brindlemoss"},
+        {"no absolute folders", {{"XDG_DATA_HOME", "d"}, {"XDG_STATE_HOME", ""}}, "", data, state},
+        {"a home", {{"BRINDLEMOSS_HOME", "/b//c/../"}}, "/b", data, state},
+        {"an empty home is none", {{"BRINDLEMOSS_HOME", ""}}, "", data, state},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         variables = row.environment;
+        variables["HOME"] = "/u";
         const paths::places found = paths::places_of(variable);
         EXPECT_EQ(found.home, row.home);
         EXPECT_EQ(found.data, row.data);
@@ -107,17 +91,17 @@ TEST(paths, name_the_folder_that_cannot_be_made) {
 
 TEST(paths, find_the_products_data_beside_the_code) {
     const temporary_folder folder;
-    const std::string installed = folder.path("opt/share/brindlemoss");
-    const std::string source = folder.path("source/share");
-    for (const std::string& made : {installed, source}) {
+    const string installed = folder.path("opt/share/brindlemoss");
+    const string source = folder.path("source/share");
+    for (const string& made : {installed, source}) {
         std::filesystem::create_directories(made);
     }
     std::filesystem::create_directories(folder.path("links/bin"));
     std::filesystem::create_symlink(folder.file("opt/bin/program"),
                                     folder.path("links/bin/program"));
     const struct {
-        std::string file;
-        std::string found;
+        string file;
+        string found;
     } rows[] = {
         {"opt/bin/program", installed},
         {"links/bin/program", installed},
@@ -136,15 +120,6 @@ TEST(paths, find_the_products_data_beside_the_code) {
     EXPECT_EQ(paths::product_data_of(folder.path("opt/program"), folder.path("missing")), "");
     EXPECT_EQ(paths::product_data_of(folder.path("opt/bin/missing"), source), "");
     EXPECT_EQ(paths::product_data_of("", source), "");
-}
-
-TEST(clock, stands_where_a_test_puts_it) {
-    clock::standing time(clock::time_point(std::chrono::milliseconds(86'400'999)));
-    EXPECT_EQ(clock::seconds_since_1970(), 86'400);
-    time.advance(std::chrono::milliseconds(1));
-    EXPECT_EQ(clock::seconds_since_1970(), 86'401);
-    time.set(clock::time_point(std::chrono::milliseconds(-1)));
-    EXPECT_EQ(clock::seconds_since_1970(), -1);
 }
 
 }  // namespace

@@ -42,45 +42,20 @@ bool is_held(const process_lock& lock) {
     return refused;
 }
 
-TEST(process_lock, file_is_locked_from_first_acquire_to_last_release) {
+TEST(process_lock, objects_of_one_name_hold_it_from_first_acquire_to_last_release) {
     const temporary_folder folder;
-    process_lock lock(folder.path("new/folder"), "name");
-    EXPECT_TRUE(lock.spans_processes());
-    EXPECT_FALSE(is_held(lock));
-    lock.acquire();
-    lock.acquire();
-    EXPECT_TRUE(is_held(lock));
-    lock.release();
-    EXPECT_TRUE(is_held(lock));
-    lock.release();
-    EXPECT_FALSE(is_held(lock));
-}
-
-TEST(process_lock, objects_of_one_name_are_one_recursive_lock) {
-    const temporary_folder folder;
-    process_lock first(folder.path(), "name");
-    {
-        process_lock second(folder.path(), "name");
-        const holding outer(first);
-        const holding inner(second);
-    }
-    EXPECT_FALSE(is_held(first));
-    process_lock other(folder.path(), "other name");
+    process_lock first(folder.path("new/folder"), "name");
+    process_lock second(folder.path("new/folder"), "name");
+    process_lock other(folder.path("new/folder"), "other name");
     const holding unrelated(other);
+    EXPECT_TRUE(first.spans_processes());
     EXPECT_FALSE(is_held(first));
-}
-
-TEST(process_lock, excludes_threads_through_any_object) {
-    const temporary_folder folder;
-    process_lock lock(folder.path(), "name");
-    lock.acquire();
-    watched_thread other([&] {
-        process_lock same(folder.path(), "name");
-        const holding held(same);
-    });
-    EXPECT_TRUE(other.blocks());
-    lock.release();
-    EXPECT_FALSE(other.blocks());
+    first.acquire();
+    second.acquire();
+    first.release();
+    EXPECT_TRUE(is_held(first));
+    second.release();
+    EXPECT_FALSE(is_held(first));
 }
 
 TEST(process_lock, killed_holder_frees_it) {
@@ -145,24 +120,24 @@ TEST(process_lock, without_a_file_excludes_threads_and_tries_again) {
     const std::string in_the_way = folder.file("a file");
     process_lock lock(in_the_way, "name");
     EXPECT_FALSE(lock.spans_processes());
-    {
-        lock.acquire();
-        watched_thread other([&] { const holding held(lock); });
-        EXPECT_TRUE(other.blocks());
-        EXPECT_FALSE(lock.spans_processes());
-        lock.release();
-    }
+    lock.acquire();
+    watched_thread other([&] {
+        process_lock same(in_the_way, "name");
+        const holding held(same);
+    });
+    EXPECT_TRUE(other.blocks());
+    EXPECT_FALSE(lock.spans_processes());
+    lock.release();
+    other.finish();
     std::filesystem::remove(in_the_way);
     const holding held(lock);
     EXPECT_TRUE(lock.spans_processes());
     EXPECT_TRUE(is_held(lock));
-}
 
-TEST(process_lock, without_a_folder_makes_no_file) {
-    process_lock lock("", "no-such-lock");
-    const holding held(lock);
-    EXPECT_FALSE(lock.spans_processes());
-    EXPECT_FALSE(std::filesystem::exists(lock.path()));
+    process_lock without_a_folder("", "no-such-lock");
+    const holding too(without_a_folder);
+    EXPECT_FALSE(without_a_folder.spans_processes());
+    EXPECT_FALSE(std::filesystem::exists(without_a_folder.path()));
 }
 
 TEST(process_lock, any_name_gives_a_file_in_the_folder) {

@@ -3,13 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -17,11 +15,19 @@
 
 #include "platform/clock.h"
 #include "support/child_process.h"
+#include "support/size_limit.h"
 #include "support/temporary_folder.h"
 
-namespace replay::platform {
 namespace {
 
+namespace clock = replay::platform::clock;
+namespace platform = replay::platform;
+namespace value_type = platform::value_type;
+using platform::store_error;
+using platform::store_fault;
+using platform::store_options;
+using platform::stored_value;
+using platform::value_stamp;
 using test_support::child_process;
 using test_support::pipe_ends;
 using test_support::require;
@@ -51,6 +57,49 @@ stored_value integer(std::uint32_t number) {
     return {value_type::integer, bytes};
 }
 
+class store : public testing::Test {
+protected:
+    // The store, with a key "a" in it, open until close().
+    platform::store& begun() {
+        if (!tree_) tree_.emplace(file_, quiet(&lines_));
+        tree_->create_key("a");
+        return *tree_;
+    }
+    void close() { tree_.reset(); }
+
+    // Leaves a store with something in it.
+    void make() {
+        for (int i = 0; i < 400; ++i) {
+            begun().write("a", std::to_string(i), binary(std::string(300, 'x')));
+        }
+        close();
+    }
+
+    // As a process leaves the log that was killed.
+    void write_to_a_log_that_is_left(std::string_view name) {
+        child_process writer([&] { begun().write("a", name, binary("1")); });  // and never closes
+        ASSERT_EQ(writer.wait(), 0);
+        ASSERT_TRUE(std::filesystem::exists(file_ + "-wal"));
+    }
+
+    std::vector<std::string> files_set_aside() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+            const std::string name = entry.path().filename();
+            if (name.find(".damaged-") != std::string::npos) names.push_back(name);
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    const temporary_folder folder_;
+    const std::string file_ = folder_.path(file_name);
+    std::vector<std::string> lines_;
+
+private:
+    std::optional<platform::store> tree_;
+};
+
 // The fault that `work` throws, nullopt for none.
 template <typename work>
 std::optional<store_fault> fault_of(work&& do_work) {
@@ -62,62 +111,47 @@ std::optional<store_fault> fault_of(work&& do_work) {
     return std::nullopt;
 }
 
-struct value_case {
-    const char* what;
-    stored_value value;
-};
-
-const value_case value_cases[] = {
-    {"no type, no bytes", {value_type::none, ""}},
-    {"text", {value_type::text, std::string("a\0\0\0", 4)}},
-    {"expandable text", {value_type::expandable_text, std::string("\0\0", 2)}},
-    {"binary with a NUL", {value_type::binary, std::string("\0\xFF", 2)}},
-    {"binary of the size of a number", {value_type::binary, "1234"}},
-    {"the least number", {value_type::integer, std::string(4, '\0')}},
-    {"the greatest number", {value_type::integer, "\xFF\xFF\xFF\xFF"}},
-    {"a number in its order of bytes", {value_type::integer, "\x01\x02\x03\x84"}},
-    {"a number too short", {value_type::integer, "\x01\x02"}},
-    {"a number without bytes", {value_type::integer, ""}},
-    {"a number too long", {value_type::integer, "12345678"}},
-    {"a 64-bit number", {value_type::integer64, "\x01\x02\x03\x04\x05\x06\x07\x88"}},
-    {"the greatest 64-bit number", {value_type::integer64, std::string(8, '\xFF')}},
-    {"a 64-bit number too short", {value_type::integer64, "\x01\x02\x03\x04"}},
-    {"a list over many pages", {value_type::multi_text, std::string(300'000, 'x')}},
-    {"an unknown type", {12345, "abc"}},
-    {"a negative type", {-1, "abc"}},
-};
-
-TEST(store, gives_back_what_was_written_also_once_reopened) {
+TEST_F(store, gives_back_what_was_written_also_once_reopened) {
+    const struct {
+        const char* what;
+        stored_value value;
+    } rows[] = {
+        {"no type, no bytes", {value_type::none, ""}},
+        {"text", {value_type::text, std::string("a\0\0\0", 4)}},
+        {"binary with a NUL", {value_type::binary, std::string("\0\xFF", 2)}},
+        {"the least number", {value_type::integer, std::string(4, '\0')}},
+        {"a number in its order of bytes", {value_type::integer, "\x01\x02\x03\x84"}},
+        {"a number too short", {value_type::integer, "\x01\x02"}},
+        {"a number without bytes", {value_type::integer, ""}},
+        {"a number too long", {value_type::integer, "12345678"}},
+        {"a 64-bit number", {value_type::integer64, "\x01\x02\x03\x04\x05\x06\x07\x88"}},
+        {"a 64-bit number too short", {value_type::integer64, "\x01\x02\x03\x04"}},
+        {"a list over many pages", {value_type::multi_text, std::string(300'000, 'x')}},
+        {"an unknown type", {12345, "abc"}},
+    };
     for (const auto kept :
          {store_options::journal::write_ahead, store_options::journal::rollback}) {
         const temporary_folder folder;
         store_options options = quiet();
         options.kept = kept;
-        {
-            store writing(folder.path(file_name), options);
-            writing.create_key("k");
-            for (const value_case& row : value_cases) writing.write("k", row.what, row.value);
-            for (const value_case& row : value_cases) {
+        for (const bool is_written : {false, true}) {
+            platform::store tree(folder.path(file_name), options);
+            tree.create_key("k");
+            for (const auto& row : rows) {
                 SCOPED_TRACE(row.what);
-                EXPECT_EQ(writing.read("k", row.what).value, row.value);
+                if (!is_written) tree.write("k", row.what, row.value);
+                EXPECT_EQ(tree.read("k", row.what).value, row.value);
             }
-        }
-        store reading(folder.path(file_name), options);
-        for (const value_case& row : value_cases) {
-            SCOPED_TRACE(row.what);
-            EXPECT_EQ(reading.read("k", row.what).value, row.value);
         }
     }
 }
 
-TEST(store, keeps_names_in_the_order_of_their_first_writing) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
+TEST_F(store, keeps_names_in_the_order_of_their_first_writing) {
+    platform::store& tree = begun();
     tree.create_key("z\\2");
-    tree.create_key("a");
     tree.create_key("\\z\\\\1\\");
     tree.create_key("m");
-    EXPECT_THAT(tree.key_names(""), ElementsAre("z", "a", "m"));
+    EXPECT_THAT(tree.key_names(""), ElementsAre("a", "z", "m"));
     EXPECT_THAT(tree.key_names("z"), ElementsAre("2", "1"));
     tree.write("a", "z", binary("1"));
     tree.write("a", "b", binary("1"));
@@ -131,9 +165,8 @@ TEST(store, keeps_names_in_the_order_of_their_first_writing) {
     EXPECT_THAT(tree.value_names("a"), ElementsAre("b", "", "sum", "z"));
 }
 
-TEST(store, takes_names_without_regard_to_case) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
+TEST_F(store, takes_names_without_regard_to_case) {
+    platform::store& tree = begun();
     tree.create_key("Software\\\u00C4pfel");
     tree.create_key("SOFTWARE\\\u00E4PFEL\\x");
     EXPECT_THAT(tree.key_names("software"), ElementsAre("\u00C4pfel"));
@@ -142,30 +175,26 @@ TEST(store, takes_names_without_regard_to_case) {
     EXPECT_FALSE(tree.read("Software\\\u00C4pfel", "grosse").found);
 }
 
-struct name_case {
-    const char* what;
-    std::string key;
-    std::string value;
-    bool taken;
-};
-
-const name_case name_cases[] = {
-    {"the longest name of a key", std::string(255, 'k'), "", true},
-    {"a longer one", std::string(256, 'k'), "", false},
-    {"characters count, not bytes", std::string(254, 'k') + "\u00E4", "", true},
-    {"a character too many", std::string(255, 'k') + "\u00E4", "", false},
-    {"the longest name of a value", "k", std::string(16'383, 'v'), true},
-    {"a longer one", "k", std::string(16'384, 'v'), false},
-    {"a NUL in a key", std::string("a\0b", 3), "", false},
-    {"a NUL in a value", "k", std::string("a\0b", 3), false},
-    {"bytes that are no text", "k", "\xFF", false},
-    {"SQL", "'; DROP TABLE keys; --", "\"%s\"", true},
-};
-
-TEST(store, refuses_names_that_are_none) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    for (const name_case& row : name_cases) {
+TEST_F(store, refuses_names_that_are_none) {
+    const struct {
+        const char* what;
+        std::string key;
+        std::string value;
+        bool taken;
+    } rows[] = {
+        {"the longest name of a key", std::string(255, 'k'), "", true},
+        {"a longer one", std::string(256, 'k'), "", false},
+        {"characters count, not bytes", std::string(254, 'k') + "\u00E4", "", true},
+        {"a character too many", std::string(255, 'k') + "\u00E4", "", false},
+        {"the longest name of a value", "k", std::string(16'383, 'v'), true},
+        {"a longer one", "k", std::string(16'384, 'v'), false},
+        {"a NUL in a key", std::string("a\0b", 3), "", false},
+        {"a NUL in a value", "k", std::string("a\0b", 3), false},
+        {"bytes that are no text", "k", "\xFF", false},
+        {"SQL", "'; DROP TABLE keys; --", "\"%s\"", true},
+    };
+    platform::store& tree = begun();
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         const auto fault = fault_of([&] {
             tree.create_key(row.key);
@@ -179,10 +208,8 @@ TEST(store, refuses_names_that_are_none) {
     EXPECT_EQ(fault_of([&] { tree.create_key(deep + "\\d"); }), store_fault::invalid_parameter);
 }
 
-TEST(store, refuses_a_value_that_no_store_can_hold) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
+TEST_F(store, refuses_a_value_that_no_store_can_hold) {
+    platform::store& tree = begun();
     constexpr std::size_t most_of_a_row = std::size_t{256} << 20;
     stored_value value = binary(std::string(most_of_a_row - 100, 'x'));
     EXPECT_EQ(fault_of([&] { tree.write("a", "large", value); }), std::nullopt);
@@ -192,9 +219,8 @@ TEST(store, refuses_a_value_that_no_store_can_hold) {
     EXPECT_EQ(tree.read("a", "v").value, binary("1"));
 }
 
-TEST(store, removes_keys_without_keys_below_them) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
+TEST_F(store, removes_keys_without_keys_below_them) {
+    platform::store& tree = begun();
     tree.create_key("a\\b");
     tree.write("a\\b", "v", binary("1"));
     EXPECT_EQ(fault_of([&] { tree.delete_key("a"); }), store_fault::access_denied);
@@ -213,54 +239,43 @@ TEST(store, removes_keys_without_keys_below_them) {
     EXPECT_FALSE(tree.read("a\\b", "v").found);
 }
 
-TEST(store, follows_a_key_that_another_removed_and_made_again) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
+TEST_F(store, follows_a_key_that_another_removed_and_made_again) {
+    platform::store& tree = begun();
     tree.write("a", "v", binary("1"));
     const value_stamp before = tree.read("a", "v").stamp;
-    {
-        store other(folder.path(file_name), quiet());
-        other.delete_key("a");
-        other.create_key("a");
-        other.write("a", "v", binary("2"));
-    }
-    const store::reading after = tree.read("a", "v", before);
+    platform::store other(file_, quiet());
+    other.delete_key("a");
+    other.create_key("a");
+    other.write("a", "v", binary("2"));
+    const platform::store::reading after = tree.read("a", "v", before);
     EXPECT_FALSE(after.unchanged);
     EXPECT_EQ(after.value, binary("2"));
-    {
-        store other(folder.path(file_name), quiet());
-        other.delete_key("a");
-        other.create_key("a");
-    }
+    other.delete_key("a");
+    other.create_key("a");
     tree.write("a", "w", binary("3"));
     EXPECT_EQ(tree.read("a", "w").value, binary("3"));
 }
 
-TEST(store, sees_at_once_what_another_process_wrote) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
+TEST_F(store, sees_at_once_what_another_process_wrote) {
+    platform::store& tree = begun();
     tree.write("a", "list", binary("old"));
     const value_stamp stamp = tree.read("a", "list").stamp;
     tree.add("a", "counter", 1);
     EXPECT_TRUE(tree.read("a", "list", stamp).unchanged) << "another value was written";
     child_process child([&] {
-        store other(folder.path(file_name), quiet());
+        platform::store other(file_, quiet());
         other.write("a", "list", binary("new"));
         other.write("a", "list", binary("old"));
         other.write("a", "list", binary("new"));
     });
     ASSERT_EQ(child.wait(), 0);
-    const store::reading seen = tree.read("a", "list", stamp);
+    const platform::store::reading seen = tree.read("a", "list", stamp);
     EXPECT_FALSE(seen.unchanged);
     EXPECT_EQ(seen.value, binary("new"));
 }
 
-TEST(store, is_of_use_on_both_sides_of_a_fork) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
+TEST_F(store, is_of_use_on_both_sides_of_a_fork) {
+    platform::store& tree = begun();
     tree.write("a", "before", binary("1"));
     child_process child([&] {
         require(tree.read("a", "before").value == binary("1"), "what was before");
@@ -273,111 +288,43 @@ TEST(store, is_of_use_on_both_sides_of_a_fork) {
 
 // A connection carried over the fork would have no locks in the child, and the parent would take
 // the log away from under it.
-TEST(store, goes_on_in_a_child_when_the_parent_closes_it) {
-    const temporary_folder folder;
-    auto tree = std::make_unique<store>(folder.path(file_name), quiet());
-    tree->create_key("a");
+TEST_F(store, goes_on_in_a_child_when_the_parent_closes_it) {
+    platform::store& tree = begun();
     pipe_ends open_in_child;
     pipe_ends closed_in_parent;
     child_process child([&] {
-        tree->write("a", "first", binary("1"));
+        tree.write("a", "first", binary("1"));
         open_in_child.put('.');
         closed_in_parent.get();
-        tree->write("a", "second", binary("2"));
+        tree.write("a", "second", binary("2"));
     });
     ASSERT_TRUE(open_in_child.get());
-    tree.reset();
+    close();
     closed_in_parent.put('.');
     EXPECT_EQ(child.wait(), 0);
-    store again(folder.path(file_name), quiet());
-    EXPECT_EQ(again.read("a", "first").value, binary("1"));
-    EXPECT_EQ(again.read("a", "second").value, binary("2"));
+    EXPECT_EQ(begun().read("a", "first").value, binary("1"));
+    EXPECT_EQ(begun().read("a", "second").value, binary("2"));
 }
 
-TEST(store, keeps_every_acknowledged_write_of_a_killed_process) {
-    constexpr int rounds = 4;
-    constexpr int writes = 1500;
-    const temporary_folder folder;
-    int acknowledged = 0;
-    for (int round = 0; round < rounds; ++round) {
-        pipe_ends acknowledgements;
-        child_process child([&] {
-            acknowledgements.close_reading();
-            store tree(folder.path(file_name), quiet());
-            tree.create_key("a");
-            for (int i = acknowledged;; ++i) {
-                tree.write("a", "v" + std::to_string(i), binary(std::string(200, 'x')));
-                tree.add("a", "sum", 1);
-                acknowledgements.put('.');
-            }
-        });
-        acknowledgements.close_writing();
-        for (int i = 0; i < writes && acknowledgements.get(); ++i) ++acknowledged;
-        child.kill(SIGKILL);
-        EXPECT_EQ(child.wait(), -SIGKILL);
-        while (acknowledgements.get()) ++acknowledged;
-
-        std::vector<std::string> lines;
-        store tree(folder.path(file_name), quiet(&lines));
-        EXPECT_THAT(lines, IsEmpty());
-        for (int i = 0; i < acknowledged; ++i) {
-            ASSERT_TRUE(tree.read("a", "v" + std::to_string(i)).found) << i;
-        }
-    }
-    EXPECT_GE(acknowledged, rounds * writes);
-}
-
-TEST(store, loses_no_addition_of_threads_and_processes) {
-    constexpr std::uint32_t additions = 150;
-    const temporary_folder folder;
-    {
-        store tree(folder.path(file_name), quiet());
-        tree.create_key("a");
-    }
-    const auto add_in_threads = [&] {
-        store tree(folder.path(file_name), quiet());
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 3; ++thread) {
-            threads.emplace_back([&] {
-                for (std::uint32_t i = 0; i < additions; ++i) tree.add("a", "sum", 3);
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
+TEST_F(store, adds_in_32_bits) {
+    const struct {
+        const char* what;
+        std::optional<stored_value> before;
+        std::uint32_t amount;
+        bool added;
+        std::uint32_t sum;
+    } rows[] = {
+        {"a missing value counts as 0", std::nullopt, 7, true, 7},
+        {"nothing added makes the value", std::nullopt, 0, true, 0},
+        {"up to the greatest", integer(0xFFFFFFFE), 1, true, 0xFFFFFFFF},
+        {"over the greatest", integer(0xFFFFFFFF), 1, true, 0},
+        {"as far as it goes", integer(0xFFFFFFFF), 0xFFFFFFFF, true, 0xFFFFFFFE},
+        {"a text stays", stored_value{value_type::text, "1234"}, 1, false, 0},
+        {"a number of another size stays", stored_value{value_type::integer, "12"}, 1, false, 0},
+        {"a 64-bit number stays", stored_value{value_type::integer64, "12345678"}, 1, false, 0},
     };
-    {
-        child_process first(add_in_threads);
-        child_process second(add_in_threads);
-        EXPECT_EQ(first.wait(), 0);
-        EXPECT_EQ(second.wait(), 0);
-    }
-    store tree(folder.path(file_name), quiet());
-    EXPECT_EQ(tree.read("a", "sum").value, integer(2 * 3 * 3 * additions));
-}
-
-struct sum_case {
-    const char* what;
-    std::optional<stored_value> before;
-    std::uint32_t amount;
-    bool added;
-    std::uint32_t sum;
-};
-
-const sum_case sum_cases[] = {
-    {"a missing value counts as 0", std::nullopt, 7, true, 7},
-    {"nothing added makes the value", std::nullopt, 0, true, 0},
-    {"up to the greatest", integer(0xFFFFFFFE), 1, true, 0xFFFFFFFF},
-    {"over the greatest", integer(0xFFFFFFFF), 1, true, 0},
-    {"as far as it goes", integer(0xFFFFFFFF), 0xFFFFFFFF, true, 0xFFFFFFFE},
-    {"a text stays", stored_value{value_type::text, "1234"}, 1, false, 0},
-    {"a number of another size stays", stored_value{value_type::integer, "12"}, 1, false, 0},
-    {"a 64-bit number stays", stored_value{value_type::integer64, "12345678"}, 1, false, 0},
-};
-
-TEST(store, adds_in_32_bits) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
-    for (const sum_case& row : sum_cases) {
+    platform::store& tree = begun();
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         if (row.before) tree.write("a", row.what, *row.before);
         EXPECT_EQ(tree.add("a", row.what, row.amount), row.added);
@@ -385,28 +332,8 @@ TEST(store, adds_in_32_bits) {
     }
 }
 
-TEST(store, updates_while_no_other_process_writes) {
-    constexpr int changes = 150;
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
-    const auto append = [&] {
-        for (int i = 0; i < changes; ++i) {
-            tree.update("a", "list", [](const std::optional<stored_value>& before) {
-                return binary((before ? before->bytes : "") + ".");
-            });
-        }
-    };
-    child_process child(append);
-    append();
-    EXPECT_EQ(child.wait(), 0);
-    EXPECT_EQ(tree.read("a", "list").value, binary(std::string(2 * changes, '.')));
-}
-
-TEST(store, changes_nothing_when_an_update_throws_or_does_not_want_to) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
+TEST_F(store, changes_nothing_when_an_update_throws_or_does_not_want_to) {
+    platform::store& tree = begun();
     tree.write("a", "v", binary("1"));
     EXPECT_THROW(tree.update("a", "v",
                              [](const auto&) -> std::optional<stored_value> {
@@ -416,19 +343,11 @@ TEST(store, changes_nothing_when_an_update_throws_or_does_not_want_to) {
     tree.update("a", "v", [](const auto&) { return std::nullopt; });
     EXPECT_EQ(tree.read("a", "v").value, binary("1"));
     tree.write("a", "v", binary("2"));  // no transaction was left open
-    store other(folder.path(file_name), quiet());
-    EXPECT_EQ(other.read("a", "v").value, binary("2"));
+    EXPECT_EQ(platform::store(file_, quiet()).read("a", "v").value, binary("2"));
 }
 
-// A store with something in it, closed.
-std::string made_store(const temporary_folder& folder) {
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
-    for (int i = 0; i < 400; ++i) tree.write("a", std::to_string(i), binary(std::string(300, 'x')));
-    return tree.file();
-}
-
-std::string alien_database(const temporary_folder& folder) {
+std::string alien_database() {
+    const temporary_folder folder;
     sqlite3* handle = nullptr;
     sqlite3_open(folder.path("alien").c_str(), &handle);
     sqlite3_exec(handle, "CREATE TABLE precious (x); INSERT INTO precious VALUES (1)", nullptr,
@@ -446,20 +365,9 @@ std::string with_garbage(std::string bytes, std::size_t at) {
     return bytes.replace(at, 4096, 4096, 'g');
 }
 
-std::vector<std::string> files_set_aside(const temporary_folder& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
-        const std::string name = entry.path().filename();
-        if (name.find(".damaged-") != std::string::npos) names.push_back(name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-TEST(store, sets_a_damaged_file_aside_and_begins_a_new_one) {
-    const temporary_folder source;
-    made_store(source);
-    const std::string good = source.read(file_name);
+TEST_F(store, sets_a_damaged_file_aside_and_begins_a_new_one) {
+    make();
+    const std::string good = folder_.read(file_name);
     const struct {
         const char* what;
         std::string bytes;
@@ -467,155 +375,115 @@ TEST(store, sets_a_damaged_file_aside_and_begins_a_new_one) {
         {"one byte", "x"},
         {"a text", std::string(5000, 'g')},
         {"a cut header", good.substr(0, 50)},
-        {"cut in the first page", good.substr(0, 3000)},
         {"cut behind the first page", good.substr(0, 4096)},
-        {"half of it", good.substr(0, good.size() / 2)},
         {"a page too few", good.substr(0, good.size() - 4096)},
         {"a flipped byte in the magic", with_byte_flipped(good, 3)},
         {"a flipped byte in the tables' page", with_byte_flipped(good, 100)},
         {"a page of garbage in the middle", with_garbage(good, good.size() / 8192 * 4096)},
-        {"somebody else's database", alien_database(source)},
+        {"somebody else's database", alien_database()},
     };
+    store_options options = quiet(&lines_);
+    options.initial = {{"first", "v", integer(5)}, {"second", "", std::nullopt}};
+    std::vector<std::string> before;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        const temporary_folder folder;
-        folder.file(file_name, row.bytes);
-        std::vector<std::string> lines;
-        store_options options = quiet(&lines);
-        options.initial = {{"first", "v", integer(5)}, {"second", "", std::nullopt}};
+        folder_.file(file_name, row.bytes);
         {
-            store tree(folder.path(file_name), options);
+            platform::store tree(file_, options);
             EXPECT_THAT(tree.key_names(""), ElementsAre("first", "second"));
             EXPECT_EQ(tree.read("first", "v").value, integer(5));
             tree.write("second", "w", binary("1"));
         }
-        ASSERT_THAT(lines, SizeIs(1));
-        EXPECT_THAT(lines[0], HasSubstr(folder.path(file_name)));
-        EXPECT_EQ(lines[0].find('\n'), std::string::npos);
-        const std::vector<std::string> aside = files_set_aside(folder);
+        ASSERT_THAT(lines_, SizeIs(1));
+        EXPECT_THAT(lines_[0], HasSubstr("the store " + file_ + " is damaged ("));
+        EXPECT_EQ(lines_[0].find('\n'), std::string::npos);
+        const std::vector<std::string> aside = files_set_aside();
         ASSERT_THAT(aside, SizeIs(1));
-        EXPECT_EQ(folder.read(aside[0]), row.bytes);
-        store again(folder.path(file_name), options);
-        EXPECT_EQ(again.read("second", "w").value, binary("1"));
-        EXPECT_THAT(lines, SizeIs(1));
+        EXPECT_EQ(folder_.read(aside[0]), row.bytes);
+        EXPECT_EQ(platform::store(file_, options).read("second", "w").value, binary("1"));
+        EXPECT_THAT(lines_, SizeIs(1));
+        lines_.clear();
+        std::filesystem::remove(folder_.path(aside[0]));
     }
 }
 
-TEST(store, never_writes_over_a_file_that_was_set_aside) {
+TEST_F(store, never_writes_over_a_file_that_was_set_aside) {
     const clock::standing time(clock::time_point(std::chrono::seconds(1'000'000'000)));
-    const temporary_folder folder;
+    std::vector<std::string> kept;
     for (const char* garbage : {"first garbage", "second garbage", "third garbage"}) {
-        folder.file(file_name, garbage);
-        store(folder.path(file_name), quiet());
+        folder_.file(file_name, garbage);
+        platform::store(file_, quiet());
     }
-    const std::vector<std::string> aside = files_set_aside(folder);
-    ASSERT_THAT(aside, SizeIs(3));
-    EXPECT_EQ(folder.read(aside[0]), "first garbage");
-    EXPECT_EQ(folder.read(aside[1]), "second garbage");
-    EXPECT_EQ(folder.read(aside[2]), "third garbage");
+    for (const std::string& name : files_set_aside()) kept.push_back(folder_.read(name));
+    EXPECT_THAT(kept, ElementsAre("first garbage", "second garbage", "third garbage"));
 }
 
-TEST(store, sets_the_log_aside_with_an_emptied_file) {
-    const temporary_folder folder;
-    child_process child([&] {
-        store tree(folder.path(file_name), quiet());
-        tree.create_key("a");
-        ::raise(SIGKILL);  // so that the log stays
-    });
-    ASSERT_EQ(child.wait(), -SIGKILL);
-    ASSERT_FALSE(folder.read("a.store-wal").empty());
-    std::filesystem::resize_file(folder.path(file_name), 0);
-    std::vector<std::string> lines;
-    store tree(folder.path(file_name), quiet(&lines));
-    EXPECT_THAT(lines, SizeIs(1));
-    EXPECT_THAT(tree.key_names(""), IsEmpty());
-    std::size_t logs = 0;
-    for (const std::string& name : files_set_aside(folder)) {
-        if (name.ends_with("-wal")) ++logs;
+TEST_F(store, begins_anew_where_the_file_was_emptied_or_removed_and_its_log_left) {
+    for (const bool is_removed : {false, true}) {
+        SCOPED_TRACE(is_removed);
+        lines_.clear();
+        make();
+        write_to_a_log_that_is_left("v");
+        std::filesystem::resize_file(file_, 0);
+        if (is_removed) std::filesystem::remove(file_);
+        const platform::store tree(file_, quiet(&lines_));
+        EXPECT_THAT(platform::store(file_, quiet(&lines_)).key_names(""), IsEmpty());
+        EXPECT_THAT(lines_, SizeIs(1));
+        EXPECT_THAT(files_set_aside(), testing::Contains(testing::EndsWith("-wal")));
+        for (const std::string& name : files_set_aside()) {
+            std::filesystem::remove(folder_.path(name));
+        }
     }
-    EXPECT_EQ(logs, 1u);
 }
 
-TEST(store, is_one_file_when_nobody_has_it_open) {
-    const temporary_folder folder;
-    made_store(folder);
-    store(folder.path(file_name), quiet()).write("a", "v", integer(1));
-    std::filesystem::copy(folder.path(file_name), folder.path("copy"));
-    store(folder.path(file_name), quiet()).write("a", "v", integer(2));
-    EXPECT_FALSE(std::filesystem::exists(folder.path("a.store-wal")));
-    std::filesystem::rename(folder.path("copy"), folder.path(file_name));
-    EXPECT_EQ(store(folder.path(file_name), quiet()).read("a", "v").value, integer(1));
+TEST_F(store, is_one_file_when_nobody_has_it_open) {
+    make();
+    platform::store(file_, quiet()).write("a", "v", integer(1));
+    std::filesystem::copy(file_, folder_.path("copy"));
+    platform::store(file_, quiet()).write("a", "v", integer(2));
+    EXPECT_FALSE(std::filesystem::exists(file_ + "-wal"));
+    std::filesystem::rename(folder_.path("copy"), file_);
+    EXPECT_EQ(platform::store(file_, quiet()).read("a", "v").value, integer(1));
 }
 
-// As a process leaves the log that was killed.
-void write_to_a_log_that_is_left(const temporary_folder& folder, std::string_view name) {
-    child_process writer([&] {
-        auto* const never_closed = new store(folder.path(file_name), quiet());
-        never_closed->write("a", name, binary("1"));
-    });
-    ASSERT_EQ(writer.wait(), 0);
-    ASSERT_TRUE(std::filesystem::exists(folder.path("a.store-wal")));
+TEST_F(store, opens_beside_a_log_of_garbage) {
+    make();
+    folder_.file("a.store-wal", std::string(10'000, 'g'));
+    EXPECT_THAT(begun().value_names("a"), SizeIs(400));
+    EXPECT_THAT(lines_, IsEmpty());
 }
 
-TEST(store, begins_anew_where_the_file_was_removed_and_its_log_left) {
-    const temporary_folder folder;
-    made_store(folder);
-    write_to_a_log_that_is_left(folder, "v");
-    std::filesystem::remove(folder.path(file_name));
-    std::vector<std::string> lines;
-    const store tree(folder.path(file_name), quiet(&lines));
-    EXPECT_THAT(lines, SizeIs(1));
-    EXPECT_THAT(store(folder.path(file_name), quiet(&lines)).key_names(""), IsEmpty());
-    EXPECT_THAT(lines, SizeIs(1));
-    EXPECT_THAT(files_set_aside(folder), testing::Contains(testing::EndsWith("-wal")));
-}
-
-TEST(store, opens_beside_a_log_of_garbage) {
-    const temporary_folder folder;
-    made_store(folder);
-    folder.file("a.store-wal", std::string(10'000, 'g'));
-    std::vector<std::string> lines;
-    store tree(folder.path(file_name), quiet(&lines));
-    EXPECT_THAT(lines, IsEmpty());
-    EXPECT_THAT(tree.value_names("a"), SizeIs(400));
-}
-
-TEST(store, goes_on_with_the_file_that_has_its_name) {
-    const temporary_folder folder;
+TEST_F(store, goes_on_with_the_file_that_has_its_name) {
     const temporary_folder other_folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
+    platform::store& tree = begun();
     tree.write("a", "v", binary("old"));
     const value_stamp stamp = tree.read("a", "v").stamp;
     {
-        store other(other_folder.path(file_name), quiet());
+        platform::store other(other_folder.path(file_name), quiet());
         other.create_key("a");
         other.write("a", "v", binary("new"));
     }
-    std::filesystem::rename(other_folder.path(file_name), folder.path(file_name));
-    std::filesystem::remove(folder.path("a.store-wal"));
-    std::filesystem::remove(folder.path("a.store-shm"));
+    std::filesystem::rename(other_folder.path(file_name), file_);
+    std::filesystem::remove(file_ + "-wal");
+    std::filesystem::remove(file_ + "-shm");
     EXPECT_EQ(tree.read("a", "v", stamp).value, binary("new"));
-    std::filesystem::remove(folder.path(file_name));
+    std::filesystem::remove(file_);
     EXPECT_FALSE(tree.has_key("a"));
     tree.create_key("b");
-    store again(folder.path(file_name), quiet());
-    EXPECT_TRUE(again.has_key("b"));
+    EXPECT_TRUE(platform::store(file_, quiet()).has_key("b"));
 }
 
-TEST(store, leaves_the_file_of_a_newer_program_alone) {
-    const temporary_folder folder;
-    made_store(folder);
+TEST_F(store, leaves_the_file_of_a_newer_program_alone) {
+    make();
     sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(folder.path(file_name).c_str(), &handle), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(file_.c_str(), &handle), SQLITE_OK);
     sqlite3_exec(handle, "PRAGMA user_version = 2", nullptr, nullptr, nullptr);
     sqlite3_close(handle);
-    const auto open = [&] { store(folder.path(file_name), quiet()); };
-    EXPECT_EQ(fault_of(open), store_fault::open_failed);
-    EXPECT_THAT(files_set_aside(folder), IsEmpty());
+    EXPECT_EQ(fault_of([&] { platform::store(file_, quiet()); }), store_fault::open_failed);
+    EXPECT_THAT(files_set_aside(), IsEmpty());
 }
 
-TEST(store, reads_what_it_may_not_write) {
+TEST_F(store, reads_what_it_may_not_write) {
     for (const auto kept :
          {store_options::journal::write_ahead, store_options::journal::rollback}) {
         for (const mode_t folder_mode : {0555, 0777}) {
@@ -623,7 +491,7 @@ TEST(store, reads_what_it_may_not_write) {
             store_options options = quiet();
             options.kept = kept;
             {
-                store tree(folder.path(file_name), options);
+                platform::store tree(folder.path(file_name), options);
                 tree.create_key("a");
                 tree.write("a", "v", binary("1"));
             }
@@ -631,7 +499,7 @@ TEST(store, reads_what_it_may_not_write) {
             ::chmod(folder.path().c_str(), folder_mode);
             child_process child([&] {
                 test_support::become_nobody();
-                store tree(folder.path(file_name), options);
+                platform::store tree(folder.path(file_name), options);
                 require(tree.read_only(), "read-only");
                 require(tree.read("a", "v").value == binary("1"), "the value");
                 for (const auto& use : std::vector<std::function<void()>>{
@@ -648,19 +516,18 @@ TEST(store, reads_what_it_may_not_write) {
 }
 
 // A log that was left, without the index that SQLite keeps in a file beside it.
-TEST(store, reads_a_log_that_was_left_and_takes_none_for_damage_that_it_may_not_read) {
+TEST_F(store, reads_a_log_that_was_left_and_takes_none_for_damage_that_it_may_not_read) {
+    make();
+    write_to_a_log_that_is_left("0");
+    std::filesystem::remove(file_ + "-shm");
+    ::chmod(file_.c_str(), 0444);
     for (const bool readable : {true, false}) {
         SCOPED_TRACE(readable);
-        const temporary_folder folder;
-        made_store(folder);
-        write_to_a_log_that_is_left(folder, "0");
-        std::filesystem::remove(folder.path("a.store-shm"));
-        ::chmod(folder.path(file_name).c_str(), 0444);
-        ::chmod(folder.path("a.store-wal").c_str(), readable ? 0444 : 0000);
-        ::chmod(folder.path().c_str(), readable ? 0555 : 0777);
+        ::chmod((file_ + "-wal").c_str(), readable ? 0444 : 0000);
+        ::chmod(folder_.path().c_str(), readable ? 0555 : 0777);
         child_process child([&] {
             test_support::become_nobody();
-            const auto open = [&] { return store(folder.path(file_name), quiet()).read("a", "0"); };
+            const auto open = [&] { return platform::store(file_, quiet()).read("a", "0"); };
             if (readable) {
                 require(open().value == binary("1"), "the last write");
             } else {
@@ -668,33 +535,33 @@ TEST(store, reads_a_log_that_was_left_and_takes_none_for_damage_that_it_may_not_
             }
         });
         EXPECT_EQ(child.wait(), 0);
-        EXPECT_THAT(files_set_aside(folder), IsEmpty());
-        ::chmod(folder.path().c_str(), 0700);
+        EXPECT_THAT(files_set_aside(), IsEmpty());
     }
+    ::chmod(folder_.path().c_str(), 0700);
 }
 
-TEST(store, says_when_there_are_no_rights_at_all) {
-    const temporary_folder folder;
-    made_store(folder);
-    ::chmod(folder.path(file_name).c_str(), 0000);
-    ::chmod(folder.path().c_str(), 0555);
+TEST_F(store, says_when_there_are_no_rights_at_all) {
+    make();
+    ::chmod(file_.c_str(), 0000);
+    ::chmod(folder_.path().c_str(), 0555);
     child_process child([&] {
         test_support::become_nobody();
-        const auto open = [&](const char* name) { store(folder.path(name), quiet()); };
-        require(fault_of([&] { open(file_name); }) == store_fault::access_denied, "no reading");
-        require(fault_of([&] { open("new"); }) == store_fault::access_denied, "no making");
+        for (const std::string& file : {file_, folder_.path("new")}) {
+            const auto open = [&] { platform::store(file, quiet()); };
+            require(fault_of(open) == store_fault::access_denied, "neither reading nor making");
+        }
     });
     EXPECT_EQ(child.wait(), 0);
-    ::chmod(folder.path().c_str(), 0700);
+    ::chmod(folder_.path().c_str(), 0700);
 }
 
-// Another process, which holds the store in the folder for itself from the beginning on.
+// Another process, which holds the store for itself from the beginning on.
 class locking_process {
 public:
-    explicit locking_process(const temporary_folder& folder)
-        : child_([this, &folder] {
+    explicit locking_process(const std::string& file)
+        : child_([this, &file] {
               sqlite3* handle = nullptr;
-              sqlite3_open(folder.path(file_name).c_str(), &handle);
+              sqlite3_open(file.c_str(), &handle);
               sqlite3_exec(handle, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
               locked_.put('.');
               unlock_.get();
@@ -717,69 +584,58 @@ private:
     child_process child_;
 };
 
-TEST(store, fails_when_it_is_locked_for_too_long_and_then_goes_on) {
-    const temporary_folder folder;
-    std::vector<std::string> lines;
-    store_options options = quiet(&lines);
+TEST_F(store, fails_when_it_is_locked_for_too_long_and_then_goes_on) {
+    store_options options = quiet(&lines_);
     options.busy_timeout = std::chrono::milliseconds(20);
-    store tree(folder.path(file_name), options);
+    platform::store tree(file_, options);
     tree.create_key("a");
     tree.write("a", "v", binary("1"));
-    locking_process other(folder);
+    locking_process other(file_);
     EXPECT_EQ(fault_of([&] { tree.write("a", "v", binary("2")); }), store_fault::locked);
     EXPECT_EQ(fault_of([&] { tree.add("a", "n", 2); }), store_fault::locked);
-    EXPECT_THAT(lines, SizeIs(1)) << "the same fault is told once";
+    EXPECT_THAT(lines_, SizeIs(1)) << "the same fault is told once";
     EXPECT_EQ(tree.read("a", "v").value, binary("1"));
     EXPECT_EQ(other.unlock_and_end(), 0);
     tree.write("a", "v", binary("3"));
     EXPECT_EQ(tree.read("a", "v").value, binary("3"));
 }
 
-TEST(store, waits_for_a_short_lock) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
-    locking_process other(folder);
+TEST_F(store, waits_for_a_short_lock) {
+    platform::store& tree = begun();
+    locking_process other(file_);
     std::thread writer([&] { tree.write("a", "v", binary("2")); });
     other.unlock();
     writer.join();
     EXPECT_EQ(tree.read("a", "v").value, binary("2"));
 }
 
-TEST(store, keeps_what_it_has_when_no_more_can_be_written) {
-    const temporary_folder folder;
+TEST_F(store, keeps_what_it_has_when_no_more_can_be_written) {
+    const stored_value large = binary(std::string(1'000'000, 'x'));
     child_process child([&] {
-        std::vector<std::string> lines;
-        store tree(folder.path(file_name), quiet(&lines));
-        tree.create_key("a");
+        platform::store& tree = begun();
         tree.write("a", "v", binary("1"));
         ::signal(SIGXFSZ, SIG_IGN);
-        const rlimit little{200'000, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_FSIZE, &little);
-        const auto write = [&] { tree.write("a", "v", binary(std::string(1'000'000, 'x'))); };
-        require(fault_of(write).has_value(), "a write that does not fit");
-        require(lines.size() == 1, "one line");
-        require(tree.read("a", "v").value == binary("1"), "the value before");
-        const rlimit plenty{RLIM_INFINITY, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_FSIZE, &plenty);
+        const auto write = [&] { tree.write("a", "v", large); };
+        {
+            const test_support::size_limit little(200'000);
+            require(fault_of(write).has_value(), "a write that does not fit");
+            require(lines_.size() == 1, "one line");
+            require(tree.read("a", "v").value == binary("1"), "the value before");
+        }
         write();
+        close();
     });
     ASSERT_EQ(child.wait(), 0);
-    store tree(folder.path(file_name), quiet());
-    EXPECT_EQ(tree.read("a", "v").value, binary(std::string(1'000'000, 'x')));
+    EXPECT_EQ(begun().read("a", "v").value, large);
 }
 
-TEST(store, is_for_its_user_alone) {
-    const temporary_folder folder;
-    store tree(folder.path(file_name), quiet());
-    tree.create_key("a");
-    for (const char* name : {"a.store", "a.store-wal", "a.store-shm"}) {
-        SCOPED_TRACE(name);
-        struct stat status {};
-        ASSERT_EQ(::stat(folder.path(name).c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 0777, 0600u);
+TEST_F(store, is_for_its_user_alone) {
+    begun();
+    for (const char* companion : {"", "-wal", "-shm"}) {
+        SCOPED_TRACE(companion);
+        EXPECT_EQ(std::filesystem::status(file_ + companion).permissions(),
+                  std::filesystem::perms(0600));
     }
 }
 
 }  // namespace
-}  // namespace replay::platform

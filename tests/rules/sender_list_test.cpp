@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <functional>
@@ -13,14 +12,12 @@
 
 #include "message/part.h"
 #include "rules/rules_sender_allowed.h"
-#include "rules/rules_sender_denied.h"
 #include "support/child_process.h"
 #include "support/stored_lists.h"
 
 namespace {
 
 using brindlemoss::rules::rules_sender_allowed;
-using brindlemoss::rules::rules_sender_denied;
 using replay::registry2::text_list;
 using replay::registry2::tree_key;
 using std::string;
@@ -29,7 +26,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr auto allow = tree_key::user_rules_allow;
-constexpr auto deny = tree_key::user_rules_deny;
 
 class sender_list : public testing::Test, protected test_support::stored_lists {
 protected:
@@ -49,31 +45,24 @@ string thrown_by(const std::function<void()>& work) {
 }
 
 TEST_F(sender_list, keeps_addresses_in_normal_form_and_sorted_by_name) {
-    EXPECT_TRUE(list_.add_address(u"Zoe", "Zoe@Example.ORG ", u"x"));
+    set(allow, u"Addresses", {u"Zoe\tzoe@example.org\tx", u"\tc@x\t"});  // by other hands
     EXPECT_TRUE(list_.add_address(u"", "b@example.org", u""));
     EXPECT_TRUE(list_.add_address(u"Ann \u0141", "A N N@example.org", u"y"));
     EXPECT_TRUE(list_.add_address(u"\uFFFD", "caf\xE9@EXAMPLE.\xC9", u""));
-    EXPECT_FALSE(list_.add_address(u"Other", "ZOE@example.org", u"other")) << "the first stays";
+    EXPECT_FALSE(list_.add_address(u"Other", "ZOE@Example.ORG ", u"other")) << "the first stays";
     EXPECT_THAT(addresses(),
-                ElementsAre(u"\tb@example.org\t", u"Ann \u0141\tann@example.org\ty",
+                ElementsAre(u"\tb@example.org\t", u"\tc@x\t", u"Ann \u0141\tann@example.org\ty",
                             u"Zoe\tzoe@example.org\tx", u"\uFFFD\tcaf\u00E9@example.\u00C9\t"));
     EXPECT_EQ(list_.enumerate_addresses(),
-              u"\tb@example.org\t\rAnn \u0141\tann@example.org\ty\r"
+              u"\tb@example.org\t\r\tc@x\t\rAnn \u0141\tann@example.org\ty\r"
               u"Zoe\tzoe@example.org\tx\r\uFFFD\tcaf\u00E9@example.\u00C9\t\r");
     EXPECT_TRUE(list_.match("ZOE@EXAMPLE.ORG", true, false));
     EXPECT_TRUE(list_.match("caf\xE9@example.\xC9", true, false));
     EXPECT_FALSE(list_.match("caf\xE9@example.\xE9", true, false)) << "only A to Z have a case";
     EXPECT_FALSE(list_.match("zoe@example.org", false, true));
     EXPECT_FALSE(list_.match("zoe@example.org", false, false));
-    EXPECT_EQ(list_.enumerate_domains(), u"");
     list_.empty_addresses();
     EXPECT_EQ(list_.enumerate_addresses(), u"");
-}
-
-TEST_F(sender_list, sorts_a_list_that_other_hands_left_unsorted_when_it_adds) {
-    set(allow, u"Addresses", {u"c\tc@x\t", u"a\ta@x\t"});
-    list_.add_address(u"b", "b@x", u"");
-    EXPECT_THAT(addresses(), ElementsAre(u"a\ta@x\t", u"b\tb@x\t", u"c\tc@x\t"));
 }
 
 TEST_F(sender_list, adds_and_removes_the_domain_of_whatever_it_is_given) {
@@ -85,7 +74,7 @@ TEST_F(sender_list, adds_and_removes_the_domain_of_whatever_it_is_given) {
     EXPECT_THAT(domains(), ElementsAre(u"example.org\tc", u"mail.example.org\t"));
     EXPECT_FALSE(list_.remove_domain("org"));
     EXPECT_TRUE(list_.remove_domain("whoever@EXAMPLE.org"));
-    EXPECT_THAT(domains(), ElementsAre(u"mail.example.org\t"));
+    EXPECT_EQ(list_.enumerate_domains(), u"mail.example.org\t\r");
     list_.empty_domains();
     EXPECT_THAT(domains(), IsEmpty());
 }
@@ -96,18 +85,9 @@ TEST_F(sender_list, takes_a_domain_for_a_suffix_without_a_boundary) {
         const char* address;
         bool matches;
     } rows[] = {
-        {"a@example.org", true},
-        {"a@mail.Example.org", true},
-        {"a@badexample.org", true},
-        {"EXAMPLE.org", true},
-        {"xample.org", false},
-        {"a@example.org.com", false},
-        {"a@somewhere.net", true},
-        {"net", true},
-        {"et", false},
-        {"a@example.o r g", true},
-        {"", false},
-        {"a@internet", true},
+        {"a@example.org", true}, {"a@mail.Example.org", true}, {"a@badexample.org", true},
+        {"xample.org", false},   {"a@example.org.com", false}, {"net", true},
+        {"et", false},           {"a@example.o r g", true},    {"", false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.address);
@@ -137,7 +117,6 @@ TEST_F(sender_list, throws_at_a_broken_entry_only_when_it_comes_to_it) {
     EXPECT_EQ(thrown_by([&] { list_.match("c@x", true, false); }), fault);
     EXPECT_EQ(thrown_by([&] { list_.match("c@before", true, true); }), fault);
     EXPECT_TRUE(list_.match("c@before", false, true));
-    EXPECT_EQ(thrown_by([&] { list_.match("c@behind", false, true); }), "m_unpack_domain failed");
     EXPECT_EQ(thrown_by([&] { list_.match("c@behind", false, true); }), "m_unpack_domain failed");
 
     EXPECT_EQ(thrown_by([&] { list_.add_address(u"", "d@x", u""); }), fault);
@@ -179,16 +158,6 @@ TEST_F(sender_list, lets_tabs_move_fields_and_drops_what_no_list_can_hold) {
     list_.add_address(std::u16string(u"a\0b", 3), string("c\0@x", 4), u"line\r\nend");
     EXPECT_THAT(addresses(), ElementsAre(u"ab\tc@x\tline\r\nend"));
     EXPECT_TRUE(list_.match(string("c\0@x", 4), true, false));
-}
-
-TEST_F(sender_list, allowed_and_denied_are_two_lists) {
-    rules_sender_denied denied;
-    denied.add_address(u"", "a@x", u"");
-    denied.add_domain("y", u"");
-    EXPECT_FALSE(list_.match("a@x", true, true));
-    EXPECT_TRUE(denied.match("a@x", true, true));
-    EXPECT_THAT(get(deny, u"Addresses"), ElementsAre(u"\ta@x\t"));
-    EXPECT_THAT(get(deny, u"Domains"), ElementsAre(u"y\t"));
 }
 
 TEST_F(sender_list, adds_the_recipients_of_a_message_in_the_order_of_the_headers) {
@@ -241,43 +210,16 @@ TEST_F(sender_list, answers_as_a_walk_through_the_list_does) {
     }
 }
 
-TEST_F(sender_list, sees_at_once_what_another_process_wrote) {
-    EXPECT_FALSE(list_.match("a@x", true, true));
-    child_process adding([&] { list_.add_address(u"", "a@x", u""); });
-    ASSERT_EQ(adding.wait(), 0);
-    EXPECT_TRUE(list_.match("a@x", true, true));
-    child_process removing([&] { list_.remove_address("a@x"); });
-    ASSERT_EQ(removing.wait(), 0);
-    EXPECT_FALSE(list_.match("a@x", true, true));
-}
-
-void add_many(rules_sender_allowed& list, const string& who, int count) {
-    for (int i = 0; i < count; ++i) list.add_address(u"", who + std::to_string(i) + "@x", u"");
-}
-
 TEST_F(sender_list, loses_nothing_that_two_processes_add) {
-    child_process child([&] { add_many(list_, "child", 50); });
-    add_many(list_, "parent", 50);
+    const auto add_many = [&](const string& who) {
+        for (int i = 0; i < 50; ++i) list_.add_address(u"", who + std::to_string(i) + "@x", u"");
+    };
+    child_process child([&] { add_many("child"); });
+    add_many("parent");
     ASSERT_EQ(child.wait(), 0);
     const text_list all = addresses();
     EXPECT_EQ(all.size(), 100u);
     EXPECT_TRUE(std::is_sorted(all.begin(), all.end()));
-}
-
-TEST_F(sender_list, is_whole_after_a_kill_in_the_middle) {
-    const test_support::pipe_ends at_work;
-    child_process child([&] {
-        for (int i = 0;; ++i) {
-            list_.add_address(u"", std::to_string(i) + "@x", u"");
-            at_work.put('.');
-        }
-    });
-    for (int i = 0; i < 20; ++i) ASSERT_TRUE(at_work.get());
-    child.kill(SIGKILL);
-    ASSERT_EQ(child.wait(), -SIGKILL);
-    EXPECT_FALSE(list_.match("nobody@x", true, true)) << "no entry is broken";
-    EXPECT_TRUE(list_.match("19@x", true, true));
-    EXPECT_TRUE(list_.add_address(u"", "next@x", u""));
 }
 
 TEST_F(sender_list, takes_an_address_of_a_megabyte) {

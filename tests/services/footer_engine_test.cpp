@@ -17,6 +17,7 @@
 #include "message/part.h"
 #include "platform/paths.h"
 #include "support/failure_text.h"
+#include "support/heard_log.h"
 #include "support/http_peer.h"
 #include "support/mail_text.h"
 #include "support/temporary_folder.h"
@@ -24,6 +25,7 @@
 namespace {
 
 namespace registry = replay::registry2;
+using brindlemoss::module;
 using brindlemoss::services::footer_account;
 using brindlemoss::services::footer_engine;
 using brindlemoss::services::footer_outcome;
@@ -32,7 +34,9 @@ using std::string;
 using std::chrono::milliseconds;
 using test_support::http_peer;
 using test_support::join;
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -47,23 +51,9 @@ string answer(const string& body, const string& status = "200 OK") {
     return "HTTP/1.1 " + status + "\r\n\r\n" + body;
 }
 
-class keeping_listener : public replay::log::listener {
-public:
-    explicit keeping_listener(std::vector<string>& lines) : lines_(lines) {}
-    void write(std::int32_t level, std::string_view, std::string_view text) override {
-        lines_.push_back(std::to_string(level) + " " + string(text));
-    }
-
-private:
-    std::vector<string>& lines_;
-};
-
 class footer_engine_test : public testing::Test {
 protected:
-    footer_engine_test() {
-        registry::close_all();
-        log_.add_listener(0, std::make_unique<keeping_listener>(lines));
-    }
+    footer_engine_test() { registry::close_all(); }
     ~footer_engine_test() override { registry::close_all(); }
 
     std::unique_ptr<footer_engine> make() {
@@ -75,7 +65,8 @@ protected:
             },
             [this](std::string_view name) { return settings[string(name)]; },
         };
-        return std::make_unique<footer_engine>(log_, account, limit);
+        return std::make_unique<footer_engine>(
+            module::instance().log_of(brindlemoss::subsystem::footer), account, limit);
     }
 
     std::unique_ptr<footer_engine> make_from(const http_peer::answer& given) {
@@ -99,9 +90,8 @@ protected:
         string text = "\nmail\n";
         EXPECT_FALSE(engine.insert(text));
         EXPECT_EQ(text, "\nmail\n");
-        EXPECT_THAT(lines, ElementsAre(StartsWith(logged)));
-        EXPECT_EQ(lines.back().substr(13), engine.why_disabled());  // "3 No footer: "
-        lines.clear();
+        EXPECT_THAT(log.take(),
+                    ElementsAre(AllOf(StartsWith(logged), EndsWith(": " + engine.why_disabled()))));
     }
 
     static const registry::key& counters() {
@@ -110,7 +100,7 @@ protected:
     static const registry::key& options() { return registry::at(tree_key::user_outbound_emails); }
 
     std::vector<string> requests;  // that the last server got
-    std::vector<string> lines;
+    test_support::heard_log<brindlemoss::subsystem::footer> log;
     std::map<string, string> settings;
     milliseconds limit = footer_engine::longest_fetch;
     bool is_logged_in = true;
@@ -120,7 +110,6 @@ protected:
 private:
     const test_support::temporary_folder folder_;
     const replay::platform::paths::scoped_home home_{folder_.path("home")};
-    replay::log log_;
 };
 
 TEST_F(footer_engine_test, fills_the_wording_of_the_server) {
@@ -132,7 +121,7 @@ TEST_F(footer_engine_test, fills_the_wording_of_the_server) {
     EXPECT_EQ(engine->get_footer(u"text/rtf"), std::nullopt);
     EXPECT_THAT(requests, ElementsAre(StartsWith("GET /wording.xml?a=b HTTP/1.1\r\n")));
     EXPECT_EQ(logins, 0);
-    EXPECT_THAT(lines, IsEmpty());
+    EXPECT_THAT(log.take(), IsEmpty());
 }
 
 TEST_F(footer_engine_test, is_on_when_the_account_or_the_user_says_so) {
@@ -312,11 +301,11 @@ TEST_F(footer_engine_test, the_one_of_the_process_stays_until_the_module_is_unlo
     EXPECT_EQ(&footer_engine::instance(), &first);
     EXPECT_EQ(first.get_footer(u"text/plain"), u"0");
 
-    brindlemoss::module::instance().unload();
+    module::instance().unload();
     EXPECT_EQ(footer_engine::instance().get_footer(u"text/plain"), u"5");
     EXPECT_EQ(accounts.requests().size(), 1u);  // logged in it is
     EXPECT_EQ(wordings.requests().size(), 2u);
-    brindlemoss::module::instance().unload();
+    module::instance().unload();
     account_service::shutdown();
 }
 

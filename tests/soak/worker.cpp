@@ -141,30 +141,27 @@ u16string worker::own_address(std::size_t index) const {
 void worker::change_rules() {
     const std::size_t index = pick(own_addresses);
     const u16string address = own_address(index);
+    const auto now_in = [&](list where, status done, const char* what) {
+        expect_done(done, what);
+        entries_[index] = where;
+    };
+    const auto allowed = create<IRulesSenderAllowed>();
+    const auto denied = create<IRulesSenderDenied>();
     std::int32_t result = 0;
     switch (pick(5)) {
         case 0:
-            expect_done(create<IRules>()->AllowAddress(address, result), "AllowAddress");
-            entries_[index] = list::allowed;
+            now_in(list::allowed, create<IRules>()->AllowAddress(address, result), "AllowAddress");
             break;
         case 1:
-            expect_done(create<IRules>()->DenyAddress(address, result), "DenyAddress");
-            entries_[index] = list::denied;
+            now_in(list::denied, create<IRules>()->DenyAddress(address, result), "DenyAddress");
             break;
         case 2:
-            expect_done(create<IRulesSenderAllowed>()->AddAddress(u"N", address, u"c"),
-                        "AddAddress");
-            entries_[index] = list::allowed;
+            now_in(list::allowed, allowed->AddAddress(u"N", address, u"c"), "AddAddress");
             break;
-        case 3:
-            expect_done(create<IRulesSenderDenied>()->AddAddress(u"N", address, u"c"),
-                        "AddAddress");
-            entries_[index] = list::denied;
-            break;
+        case 3: now_in(list::denied, denied->AddAddress(u"N", address, u"c"), "AddAddress"); break;
         default:
-            expect_done(create<IRulesSenderAllowed>()->RemoveAddress(address), "RemoveAddress");
-            expect_done(create<IRulesSenderDenied>()->RemoveAddress(address), "RemoveAddress");
-            entries_[index] = list::none;
+            now_in(list::none, allowed->RemoveAddress(address), "RemoveAddress");
+            now_in(list::none, denied->RemoveAddress(address), "RemoveAddress");
     }
     const u16string domain = u"d" + numeral(pick(own_addresses)) + u".domain.example";
     expect_done(create<IRules>()->DenyDomain(domain, result), "DenyDomain");

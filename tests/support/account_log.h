@@ -1,56 +1,9 @@
 #pragma once
 
-#include <memory>
-#include <mutex>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include "foundation/module.h"
+#include "support/heard_log.h"
 
 namespace test_support {
 
-// What the account's log has told since it was last asked: the level, a blank and the text.
-class account_log {
-public:
-    account_log() { take(); }
-
-    static std::vector<std::string> take() {
-        lines& all = heard();
-        const std::lock_guard guard(all.lock);
-        return std::exchange(all.texts, {});
-    }
-
-private:
-    struct lines {
-        std::mutex lock;
-        std::vector<std::string> texts;
-    };
-
-    class ear : public replay::log::listener {
-    public:
-        explicit ear(lines& into) : into_(into) {}
-        void write(std::int32_t level, std::string_view, std::string_view text) override {
-            const std::lock_guard guard(into_.lock);
-            into_.texts.push_back(std::to_string(level) + " " + std::string(text));
-        }
-
-    private:
-        lines& into_;
-    };
-
-    // A listener stays for the life of the log, which is that of the process.
-    static lines& heard() {
-        static lines& all = []() -> lines& {
-            lines& made = *new lines;
-            brindlemoss::module::instance()
-                .log_of(brindlemoss::subsystem::account)
-                .add_listener(0, std::make_unique<ear>(made));
-            return made;
-        }();
-        return all;
-    }
-};
+using account_log = heard_log<brindlemoss::subsystem::account>;
 
 }  // namespace test_support

@@ -13,6 +13,7 @@
 
 namespace test_support {
 
+using brindlemoss::analysis::plugins::image_analysis::level_flags;
 using brindlemoss::analysis::plugins::image_analysis::plane;
 using brindlemoss::analysis::plugins::image_analysis::rect;
 using brindlemoss::analysis::plugins::image_analysis::source_bitmap;
@@ -22,6 +23,17 @@ inline constexpr std::uint8_t ink = 0;
 
 constexpr rect sized(std::int32_t left, std::int32_t top, std::int32_t width, std::int32_t height) {
     return {left, top, left + width - 1, top + height - 1};
+}
+
+inline rect whole(const plane& levels) {
+    return {0, 0, levels.width - 1, levels.height - 1};
+}
+
+// For pictures whose background is paper.
+inline level_flags paper_alone() {
+    level_flags flags{};
+    flags[paper] = true;
+    return flags;
 }
 
 // A word without shapes: upright strokes that stand `gap` columns apart.

@@ -116,12 +116,6 @@ public:
         for (const auto& [to, each] : std::exchange(held_, {})) send(to, each);
     }
 
-    // From anywhere, to whoever asked last.
-    void send_unasked(const reply& unasked) {
-        const std::lock_guard guard(lock_);
-        send(last_asker_, unasked);
-    }
-
     ip4 last_asker() {
         const std::lock_guard guard(lock_);
         return last_asker_;
@@ -129,9 +123,7 @@ public:
 
     // Waits until that many requests have come, and gives all there are.
     std::vector<std::string> requests(std::size_t at_least = 0) {
-        std::unique_lock guard(lock_);
-        came_.wait(guard, [&] { return requests_.size() >= at_least; });
-        return requests_;
+        return requests_of("", at_least);
     }
 
     // Those of one command.
@@ -177,91 +169,6 @@ private:
     std::vector<std::pair<ip4, reply>> held_;
     ip4 last_asker_;
     std::thread thread_;
-};
-
-// What a relay does with a datagram.
-enum class passage { deliver, drop, twice, after_the_next, when_released };
-
-// Stands between one client and a peer, and does with the datagrams of each direction, counted from
-// 0, as its script says.
-class lossy_relay {
-public:
-    using script = std::function<passage(std::size_t number)>;
-
-    lossy_relay(const ip4& peer, script requests, script responses)
-        : to_peer_{std::move(requests), &outer_, peer},
-          to_client_{std::move(responses), &inner_, {}} {
-        inner_thread_ = std::thread([this] {
-            inner_.receive_all([this](const ip4& from, const std::string& bytes) {
-                const std::lock_guard guard(lock_);
-                to_client_.to = from;
-                pass(to_peer_, bytes);
-            });
-        });
-        outer_thread_ = std::thread([this] {
-            outer_.receive_all([this](const ip4&, const std::string& bytes) {
-                const std::lock_guard guard(lock_);
-                pass(to_client_, bytes);
-            });
-        });
-    }
-    ~lossy_relay() {
-        inner_.close();
-        outer_.close();
-        inner_thread_.join();
-        outer_thread_.join();
-    }
-
-    std::string host() const { return host_text(inner_.address()); }
-
-    // Waits until that many are kept for release(), and lets them go.
-    void release(std::size_t count) {
-        std::unique_lock guard(lock_);
-        passed_.wait(guard, [&] { return kept_.size() >= count; });
-        for (const auto& [way, bytes] : std::exchange(kept_, {})) way->socket->send(way->to, bytes);
-    }
-
-    // Waits until that many have come from the client and from the peer.
-    void await(std::size_t requests, std::size_t responses) {
-        std::unique_lock guard(lock_);
-        passed_.wait(guard,
-                     [&] { return to_peer_.count >= requests && to_client_.count >= responses; });
-    }
-
-private:
-    struct direction {
-        script decide;
-        loopback_socket* socket;
-        ip4 to;
-        std::size_t count = 0;
-        std::vector<std::string> late = {};  // go after the next
-    };
-
-    void pass(direction& way, const std::string& bytes) {
-        const passage decision = way.decide(way.count++);
-        if (decision == passage::after_the_next) {
-            way.late.push_back(bytes);
-        } else if (decision == passage::when_released) {
-            kept_.emplace_back(&way, bytes);
-        } else {
-            if (decision != passage::drop) way.socket->send(way.to, bytes);
-            if (decision == passage::twice) way.socket->send(way.to, bytes);
-            for (const std::string& each : std::exchange(way.late, {})) {
-                way.socket->send(way.to, each);
-            }
-        }
-        passed_.notify_all();
-    }
-
-    loopback_socket inner_;  // the client's side
-    loopback_socket outer_;  // the peer's side
-    std::mutex lock_;
-    std::condition_variable passed_;
-    direction to_peer_;
-    direction to_client_;
-    std::vector<std::pair<direction*, std::string>> kept_;
-    std::thread inner_thread_;
-    std::thread outer_thread_;
 };
 
 }  // namespace test_support

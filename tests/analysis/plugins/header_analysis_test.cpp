@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "foundation/translate.h"
@@ -72,12 +71,9 @@ TEST(header_analysis, empty_messages) {
         {"only no-break spaces", "\n\xA0\xA0", true},
         {"a blank", "\n ", false},
         {"a letter behind many line ends", "\n" + string(100'000, '\n') + "x", false},
-        {"a sign of punctuation", "\n.", false},
         {"Cyrillic letters", "Content-Type: text/plain; charset=koi8-r\n\n\xD0\xD2", false},
-        {"a subject", "Subject: x\n\n", false},
         {"a subject of blanks", "Subject:   \n\n", true},
         {"a subject of one encoded blank", "Subject: =?utf-8?Q?_?=\n\n", false},
-        {"a subject of an empty encoded word", "Subject: =?utf-8?Q?\?=\n\n", true},
         {"only the first subject counts", "Subject:\nSubject: x\n\n", true},
         {"a subject that cannot be read", "Subject: =?cp99999?Q?a?=\n\n", true},
         {"a part without text", "Content-Type: multipart/mixed; boundary=b\n\n--b\n\n\n--b--\n",
@@ -105,21 +101,17 @@ TEST(header_analysis, odd_roots) {
         texts tests;
     } rows[] = {
         {"text", "Content-Type: text/html\n", {}},
-        {"text of no known kind", "Content-Type: text/\n", {}},
         {"almost text", "Content-Type: textual/plain\n", {root_suspicious}},
         {"multipart", "Content-Type: MULTIPART/x\n", {}},
-        {"document", "Content-Type: application/pdf\n", {root_suspicious}},
         {"named document",
          "Content-Type: application/pdf; name=a.pdf\n",
          {root_attachment, root_suspicious}},
         {"named text", "Content-Disposition: inline; filename=a.txt\n", {root_attachment}},
         {"attachment without a name", "Content-Disposition: Attachment\n", {root_attachment}},
-        {"inline without a name", "Content-Disposition: inline\n", {}},
         {"message", "Content-Type: message/rfc822\n", {root_attachment, root_suspicious}},
         {"inline message",
          "Content-Type: message/rfc822\nContent-Disposition: inline\n",
          {root_suspicious}},
-        {"empty type", "Content-Type:\n", {root_suspicious}},
         {"disposition that cannot be read",
          "Content-Disposition: attachment; x=\"=?cp99999?Q?a?=\"\n"
          "Content-Disposition: attachment\n",
@@ -156,7 +148,6 @@ TEST(header_analysis, first_public_address_from_the_last_received_upward) {
     } rows[] = {
         {"none", "", nullptr},
         {"in brackets", "Received: from x (y [203.0.113.5]) by z\n", "203.0.113.5"},
-        {"name in any case", "RECEIVED: 203.0.113.5\n", "203.0.113.5"},
         {"another name", "X-Received: 203.0.113.5\nReceived-SPF: 203.0.113.5\n", nullptr},
         {"last goes first", "Received: 203.0.113.5\nReceived: 198.51.100.7\n", "198.51.100.7"},
         {"private at the bottom",
@@ -167,27 +158,20 @@ TEST(header_analysis, first_public_address_from_the_last_received_upward) {
         {"the first, though no address", "Received: 1.2.3.456 (1.2.3.4)\n", nullptr},
         {"dots alone are taken for one", "Received: ... 1.2.3.4\n", nullptr},
         {"version numbers are not", "Received: 1.2.3 1.2.3.4.5 v1.2.3.4 1.2.3.4\n", "1.2.3.4"},
-        {"octal", "Received: 010.001.0.1\n", "8.1.0.1"},
-        {"no octal digit", "Received: 09.1.2.3\n", nullptr},
-        {"runs of delimiters", "Received: ()[] (a)[1.2.3.4]\n", "1.2.3.4"},
         {"parenthesis that opens, in front", "Received: a(1.2.3.4\n", "1.2.3.4"},
         {"parenthesis that closes, in front", "Received: a)1.2.3.4\n", "1.2.3.4"},
-        {"bracket that opens, in front", "Received: a[1.2.3.4\n", "1.2.3.4"},
         {"bracket that closes, in front", "Received: a]1.2.3.4\n", "1.2.3.4"},
         {"others are none", "Received: <1.2.3.4> 1.2.3.4, \"1.2.3.4\" {1.2.3.4};1.2.3.4\n",
          nullptr},
         {"a fold delimits", "Received: a\n\t1.2.3.4\n b\n", "1.2.3.4"},
         {"an encoded tab does not", "Received: =?utf-8?Q?a=091.2.3.4?=\n", nullptr},
         {"an encoded address", "Received: a =?utf-8?B?WzEuMi4zLjRd?=\n", "1.2.3.4"},
-        {"an encoded digit beyond ASCII", "Received: =?utf-8?Q?=D9=A1.2.3.4?= 5.6.7.8\n",
-         "5.6.7.8"},
         {"a unit that a byte would cut to a digit",
          "Received: =?utf-8?Q?=E3=84=B1.2.3.4?= 5.6.7.8\n", "5.6.7.8"},
         {"bytes beyond ASCII",
          "Received: \xE9 \xA0"
          "1.2.3.4 5.6.7.8\n",
          "5.6.7.8"},
-        {"an IPv6 literal", "Received: [IPv6:2001:db8::1]\n", nullptr},
         {"one that cannot be read",
          "Received: 203.0.113.5\nReceived: 198.51.100.7 =?cp99999?Q?a?=\n", "203.0.113.5"},
         {"no address", "Received: 255.255.255.255\nReceived: 0.0.0.0\n", nullptr},
@@ -219,46 +203,30 @@ TEST(header_analysis, preamble_of_the_known_client) {
 }
 
 TEST(header_analysis, claims_of_the_known_client) {
+    const string writer = "X-MimeOLE: Produced By Microsoft MimeOLE V6.00\n";
+    const string client = "X-Mailer: Microsoft Outlook Express 6.00\n";
     const struct {
         const char* name;
-        const char* headers;
+        string headers;
         bool claims;
     } rows[] = {
-        {"both",
-         "X-MimeOLE: Produced By Microsoft MimeOLE V6.00\n"
-         "X-Mailer: Microsoft Outlook Express 6.00\n",
-         true},
+        {"both", writer + client, true},
         {"encoded",
          "X-MimeOLE: =?utf-8?Q?Produced_By_Microsoft_MimeOLE?=\n"
          "x-mailer: Microsoft Outlook =?utf-8?Q?Express?=\n",
          true},
-        {"client alone", "X-Mailer: Microsoft Outlook Express 6.00\n", false},
-        {"writer alone", "X-MimeOLE: Produced By Microsoft MimeOLE V6.00\n", false},
-        {"other case",
-         "X-MimeOLE: Produced By Microsoft MimeOLE V6.00\n"
-         "X-Mailer: Microsoft Outlook express 6.00\n",
-         false},
-        {"other writer",
-         "X-MimeOLE: Produced by Microsoft MimeOLE V6.00\n"
-         "X-Mailer: Microsoft Outlook Express 6.00\n",
-         false},
-        {"cut short",
-         "X-MimeOLE: Produced By Microsoft MimeOL\n"
-         "X-Mailer: Microsoft Outlook Express 6.00\n",
-         false},
-        {"not at the start",
-         "X-MimeOLE: Produced By Microsoft MimeOLE\n"
-         "X-Mailer: QMicrosoft Outlook Express 6.00\n",
-         false},
+        {"client alone", client, false},
+        {"writer alone", writer, false},
+        {"other case", writer + "X-Mailer: Microsoft Outlook express 6.00\n", false},
+        {"other writer", "X-MimeOLE: Produced by Microsoft MimeOLE V6.00\n" + client, false},
+        {"cut short", "X-MimeOLE: Produced By Microsoft MimeOL\n" + client, false},
+        {"not at the start", writer + "X-Mailer: QMicrosoft Outlook Express 6.00\n", false},
         {"client that cannot be read",
-         "X-MimeOLE: Produced By Microsoft MimeOLE\n"
-         "X-Mailer: Microsoft Outlook Express =?cp99999?Q?a?=\n",
-         false},
+         writer + "X-Mailer: Microsoft Outlook Express =?cp99999?Q?a?=\n", false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const auto found =
-            judge(string("Subject: x\nMessage-ID: <a$b$zz@c>\n") + row.headers + "\n");
+        const auto found = judge("Subject: x\nMessage-ID: <a$b$zz@c>\n" + row.headers + "\n");
         EXPECT_EQ(found.tests, row.claims ? texts{malformed_id("<a$b$zz@c>")} : texts{});
     }
 }
@@ -273,8 +241,6 @@ TEST(header_analysis, message_id_of_the_known_client) {
         {"found", "<a$b$057100CB@c>", found_it},
         {"lower case", "<a$b$057100cb@c>", found_it},
         {"without brackets", "a$b$057100CB@c", found_it},
-        {"one bracket", "a$b$057100CB@c>", found_it},
-        {"a second bracket belongs to the field", "<<a$b$057100CB@c>>", found_it},
         {"digits behind the eighth do not count", "<a$b$057100CB12@c>", found_it},
         {"anything behind the digits does not count", "<a$b$057100CBxyz@c>", found_it},
         {"third field, whatever delimits it", "<a@b$057100CB$c>", found_it},
@@ -282,16 +248,10 @@ TEST(header_analysis, message_id_of_the_known_client) {
         {"forged", "<a$b$067100CB@c>", forged_id("203.0.113.6")},
         {"short numbers stand right", "<a$b$71@c>", forged_id("113.0.0.0")},
         {"zero", "<a$b$00000000@c>", ""},
-        {"zero of a prefix", "<a$b$0x057100CB@c>", ""},
-        {"none", "<a$b$FFFFFFFF@c>", ""},
-        {"neighbour of none", "<a$b$FEFFFFFF@c>", forged_id("255.255.255.254")},
         {"private", "<a$b$0100A8C0@c>", ""},
         {"no number", "<a$b$x57100CB@c>", malformed_id("<a$b$x57100CB@c>")},
         {"sign", "<a$b$-57100CB@c>", malformed_id("<a$b$-57100CB@c>")},
-        {"plus sign", "<a$b$+57100CB@c>", malformed_id("<a$b$+57100CB@c>")},
-        {"blank", "<a$b$ 057100CB@c>", malformed_id("<a$b$ 057100CB@c>")},
         {"beyond ASCII", "<a$b$\xE9@c>", malformed_id("<a$b${E9}@c>")},
-        {"one dollar", "<a$057100CB@c>", ""},
         {"three dollars", "<a$b$057100CB$d@c>", ""},
         {"two at signs", "<a$b$057100CB@c@d>", ""},
         {"no at sign", "<a$b$057100CB>", ""},
@@ -300,7 +260,6 @@ TEST(header_analysis, message_id_of_the_known_client) {
         {"empty third field", "<a$b$@c>", ""},
         {"empty last field", "<a$b$057100CB@>", ""},
         {"no character", "", ""},
-        {"brackets alone", "<>", ""},
         {"bracket alone", "<", ""},
         {"cannot be read", "<a$b$zz@c> =?cp99999?Q?a?=", ""},
     };

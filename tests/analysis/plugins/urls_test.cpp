@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
 #include <random>
 #include <set>
@@ -28,7 +27,6 @@ namespace {
 using replay::internet::message2::part;
 using replay::platform::characters;
 using test_support::signature_texts;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 // The same written down plainly: every embedded URL by recursion and every pass over all of the
@@ -167,24 +165,6 @@ void analyse(std::u16string url, signature_list& signatures) {
     if (!text.empty()) push_signature(signatures, u"tru", text);
 }
 
-void scan(const std::u16string& text, signature_list& signatures) {
-    std::size_t at = text.find_first_not_of(u' ');
-    while (at != nowhere) {
-        std::size_t stop = text.find(u' ', at);
-        const std::size_t found = find_mark(text, at);
-        if (found != nowhere && found < stop) {
-            const char16_t before = found > 0 ? text[found - 1] : u' ';
-            if (before == u'"') stop = text.find(u'"', found);
-            if (before == u'(') stop = text.find(u')', found);
-            if (before == u'<') stop = text.find(u'>', found);
-            if (before == u'[') stop = text.find(u']', found);
-            analyse(text.substr(found, stop == nowhere ? nowhere : stop - found), signatures);
-        }
-        if (stop == nowhere) return;
-        at = text.find_first_not_of(u' ', stop);
-    }
-}
-
 void reduce_signatures(signature_list& signatures) {
     for (auto at = signatures.begin(); at != signatures.end();) {
         const bool is_covered =
@@ -230,6 +210,15 @@ std::string scan_gives(std::u16string_view text) {
     return digests(distinct(std::move(signatures)));
 }
 
+// Gives the number of signatures.
+std::size_t expect_the_plain_way(const std::u16string& link) {
+    SCOPED_TRACE(test_support::printable(link));
+    signature_list plainly;
+    plain::analyse(link, plainly);
+    EXPECT_EQ(links_give({link}), digests(distinct(plainly)));
+    return plainly.size();
+}
+
 std::u16string repeated(std::u16string_view piece, std::size_t times) {
     std::u16string text;
     for (std::size_t i = 0; i < times; ++i) text += piece;
@@ -252,53 +241,33 @@ struct url_case {
 const url_case url_cases[] = {
     {"user, port, query", u"http://user:pw@www.example.com:8080/a/b?x=1", " com.example.www/a/b"},
     {"at most five elements", u"http://example.co.uk/a/b/c/d/e", " uk.co.example/a/b"},
-    {"five labels of six", u"http://f.e.d.c.b.com/a", " com.b.c.d.e"},
     {"address", u"http://1.2.3.4/a/b", " 1.2.3.4/a"},
-    {"address of digits and signs", u"http://1-2.3.4.5/", " 1-2.3.4.5"},
     {"address with a dot behind", u"http://1.2.3.4./a", " 1.2.3.4./a"},
-    {"address with dots in front", u"http://..1..2.3.4/a", " ..1..2.3.4/a"},
     {"three labels of digits", u"http://1.2.3/a", ""},
-    {"five labels of digits", u"http://1.2.3.4.5/a", ""},
     {"a letter in an address", u"http://1.2.3.4a/", ""},
     {"digits of another script", u"http://1.2.3.\u0664/", " 1.2.3.{664}"},
     {"unknown top-level name", u"http://localhost/", ""},
     {"no name below", u"http://com/", ""},
-    {"no name below, path", u"http://com/a/b", ""},
     {"nothing", u"", ""},
-    {"scheme only", u"http://", ""},
-    {"dots only", u"http://.../a", ""},
     {"empty labels", u"http://..www..example.com../a", " com.example.www/a"},
-    {"without scheme", u"www.example.com", " com.example.www"},
     {"both schemes", u"http:https://example.com", " com.example"},
     {"schemes the other way round", u"https:http://example.com/a", ""},
     {"scheme of another kind", u"ftp://example.com/", ""},
-    {"no slash", u"http:a@b@example.com:80", " com.bexample"},
     {"the first of two at signs", u"http://a@b.org@example.com/", " com.orgexample.b"},
     {"at sign in the path", u"http://example.com/a@b.org", " com.example/a@b.org"},
-    {"at sign without slash", u"http:a@example.com", " com.example"},
-    {"colon only before the at sign", u"http://a:b@example.com/c:d", " com.example/c:d"},
     {"colon without slash", u"http:example.com:80www.example.org", " com.example"},
     {"port alone, then the host", u"http://:80/www.example.com:80/a", " com.example.www/a"},
-    {"port alone, then a host", u"http://:80/example.com/a", " com.example/a"},
-    {"user alone, then a host", u"http://me@//example.com/a", " com.example/a"},
     {"other signs in a host", u"http://ex_am!ple .c&om/a", " com.example/a"},
     {"query in the host, then a path", u"http://example.com?q/a/b", " com.example/a/b"},
-    {"fragment in the host", u"http://example.com#q/a", " com.example/a"},
-    {"semicolon in the host", u"http://example.com;q/a", " com.example/a"},
     {"query ends the path", u"http://example.com/a?b/c", " com.example/a"},
-    {"fragment ends the path", u"http://example.com/a/#b/c", " com.example/a"},
-    {"semicolon ends the path", u"http://example.com/a;b/c", " com.example/a"},
     {"ampersand ends the path", u"http://example.com/a&b/c", " com.example/a"},
     {"control units in the path", u"http://example.com/\u0001a\u200D/\u0002/b", " com.example/a/b"},
-    {"path stands for the host", u"http://!!!/example.com/a", " com.example/a"},
     {"path for the host, all its signs", u"http://!/1.2!.3$.4:5/a/b", " 1.2!.3$.4:5/a"},
     {"path for the host, long", u"http://_/" + piece25 + u".com/a",
      " com." + std::string(25, 'p') + "/a"},
     {"path for the host ends the URL", u"http://!/example.com?a/b", " com.example"},
-    {"query for the host", u"http://?x/example.com/a", " com.example/a"},
     {"longest label", u"http://a." + label63 + u".com/b", " com." + narrow63 + ".a/b"},
     {"label too long", u"http://a." + label64 + u".b.com/c", " com.b/c"},
-    {"label too long at once", u"http://a." + label64 + u".com/c", ""},
     {"longest piece", u"http://a.example.com/" + piece24 + u"/b",
      " com.example.a/" + narrow24 + "/b"},
     {"piece too long", u"http://a.example.com/" + piece25 + u"/b", " com.example.a"},
@@ -306,47 +275,31 @@ const url_case url_cases[] = {
      " com.example.a/" + narrow24 + "/b"},
     {"piece too long behind the fifth", u"http://example.com/a/b/c/" + piece25,
      " com.example/a/b/c"},
-    {"letters of another script", u"http://пример.com/я",
-     " com.{43F}{440}{438}{43C}{435}{440}/{44F}"},
     {"upper case", u"http://EXAMPLE.com/A", " com.example/a"},
-    {"scheme in upper case", u"HTTP://example.com/", ""},
 
     {"escaped letter", u"http://example.com/%41", " com.example/a"},
     {"escaped slash", u"http://example.com%2fa%2Fb", " com.example/a/b"},
-    {"escaped query", u"http://example.com/a%3fb", " com.example/a"},
     {"escaped port stays", u"http://example%3a.com%3a/", " com.example"},
     {"two signs", u"http://example.com/a%%41", " com.example/a%41"},
-    {"three signs", u"http://example.com/a%%%41", " com.example/a%a"},
     {"sign not decoded again", u"http://example.com/%2541", " com.example/%41"},
     {"bad digit, then good", u"http://example.com/%4%41", " com.example/%4a"},
-    {"bad first digit", u"http://example.com/%g41b", " com.example/%g41b"},
-    {"sign at the end", u"http://example.com/a%", " com.example/a%"},
     {"cut off", u"http://example.com/a%4", " com.example/a%4"},
     {"two bytes of a letter", u"http://example.com/%C3%89", " com.example/{E9}"},
     {"four bytes", u"http://example.com/%F0%90%8d%88", " com.example/{D800}{DF48}"},
     {"half a letter", u"http://example.com/%c3a", " com.example/{FFFD}a"},
-    {"half a letter before a letter", u"http://example.com/%c3\u00E9", " com.example/{FFFD}{E9}"},
     {"signed low byte", u"http://example.com/%u00e9", " com.example/{FFE9}"},
     {"signed high byte", u"http://example.com/%U4e2D%u9E01", " com.example/{4E2D}{9E01}"},
-    {"both bytes signed", u"http://example.com/%u8181", " com.example/{8081}"},
     {"escaped surrogates", u"http://example.com/%ud83d%ude00", " com.example/{FFFD}{FFFD}"},
-    {"lone surrogate", u"http://example.com/\xD83D", " com.example/{FFFD}"},
     {"unit escape, bad digit", u"http://example.com/%u004g", " com.example/%u004g"},
-    {"unit escape, bad digit, then good", u"http://example.com/%u1%411", " com.example/%u1a1"},
     {"unit escape cut off ends the decoding", u"http://example.com/%u%41", " com.example/%u%41"},
-    {"four bytes in two units", u"http://example.com/%u\u00E9%%", " com.example/%u{E9}%"},
     {"four bytes in a pair", u"http://example.com/%u\xD800\xDF48", " com.example/%u{D800}{DF48}"},
     {"three bytes in two units", u"http://example.com/%u\u00E9%", " com.example/%u{E9}%"},
-    {"counted before the lower case", u"http://example.com/%u\u212A%%", " com.example/%uk%"},
 
     {"embedded", u"http://r.example.com/?u=http://t.example.org/x",
      " org.example.t/x com.example.r"},
     {"embedded twice", u"http://a.com/www.b.com/https://c.com/d",
      " com.c/d com.b.www/https:/c.com com.a/www.b.com/https:/c.com"},
     {"embedded in the host", u"http://awww.b.com/", " com.b.www com.b.awww"},
-    {"a mark at the start only", u"www.example.com/w", " com.example.www/w"},
-    {"mark at the start of what is left", u"http://www.example.com/", " com.example.www"},
-    {"embedded behind a port", u"http://a.com:http:/b/www.c.com", " com.c.www com.a/b/www.c.com"},
     {"embedded, escaped", u"http://a.com/?http%3a%2f%2fb.com%2f%2541", " com.b/a com.a"},
     {"embedded, escaped twice", u"http://a.com/?www.b.com%3fhttp%253a//c.com/%25252541",
      " com.c/%41 com.b.www/c.com/%2541 com.a"},
@@ -354,22 +307,19 @@ const url_case url_cases[] = {
      " com.www com.www.b.www com.z"},
     {"a port that was cut does not come back", u"http:a.com/www.x@awww.b.com:p@c.com/q",
      " com.b.www/q com.b.awww/q com.a/www.x@awww.b.com:p@c.com/q"},
-    {"equal ones in a row", u"http://www.www.com/", " com.www com.www.www"},
 };
 
 TEST(urls, of_one_link) {
     for (const url_case& row : url_cases) {
         SCOPED_TRACE(row.what);
         EXPECT_EQ(links_give({row.url}), row.digests);
-        signature_list plainly;
-        plain::analyse(row.url, plainly);
-        EXPECT_EQ(digests(distinct(plainly)), row.digests);
+        expect_the_plain_way(row.url);
     }
 }
 
 const url_case scan_cases[] = {
-    {"nothing", u"", ""},
     {"blanks", u"   ", ""},
+    {"nothing", u"", ""},
     {"no mark", u"see example.com for http and www", ""},
     {"one", u"  see www.a.com ", " com.a.www"},
     {"blank ends it", u"www.a.com/b c/d www.e.com", " com.a.www/b com.e.www"},
@@ -395,96 +345,32 @@ TEST(urls, of_a_text) {
     }
 }
 
-constexpr std::u16string_view pieces[] = {u"http:",
-                                          u"https:",
-                                          u"http://",
-                                          u"www.",
-                                          u"www",
-                                          u"/",
-                                          u"/",
-                                          u"@",
-                                          u":",
-                                          u"%",
-                                          u"%%",
-                                          u"%u",
-                                          u"%25",
-                                          u"%2525",
-                                          u"%u0025",
-                                          u"%2f",
-                                          u"%3A",
-                                          u"%40",
-                                          u"%3f",
-                                          u"%77ww.",
-                                          u"http%3a",
-                                          u"http%253a",
-                                          u"%68ttp:",
-                                          u"%c3%a9",
-                                          u"%c3",
-                                          u"%u00e9",
-                                          u"%u0068",
-                                          u"%ud800",
-                                          u"4",
-                                          u"1",
-                                          u"a",
-                                          u"F",
-                                          u"u",
-                                          u"1.2.3.4",
-                                          u".",
-                                          u".",
-                                          u"-",
-                                          u"com",
-                                          u".com",
-                                          u".com/",
-                                          u"a.org",
-                                          u"?",
-                                          u"#",
-                                          u";",
-                                          u"&",
-                                          u"!",
-                                          u" ",
-                                          u"\"",
-                                          u"(",
-                                          u")",
-                                          u"<",
-                                          u">",
-                                          u"[",
-                                          u"]",
-                                          u"\u0001",
-                                          u"\u00E9",
-                                          u"\u0130",
-                                          u"\u212A",
-                                          u"\u023A",
-                                          u"\u4E2D",
-                                          u"\xD800\xDF48",
-                                          u"\xD800",
-                                          u"llllllllllllllllllllllllllllllllllllllll"};
+const std::vector<std::u16string> pieces = [] {
+    auto words = plain::split(
+        u"http: https: http:// www. www / / @ : % %% %u %25 %2525 %u0025 %2f %3A %40 %3f %77ww. "
+        u"http%3a http%253a %68ttp: %c3%a9 %c3 %u00e9 %u0068 %ud800 4 1 a F u 1.2.3.4 . . - com "
+        u".com .com/ a.org ? # ; & ! \" ( ) < > [ ] \u0001 \u00E9 \u0130 \u212A \u023A \u4E2D "
+        u"\xD800\xDF48 \xD800 llllllllllllllllllllllllllllllllllllllll",
+        u' ');
+    words.emplace_back(u" ");
+    return words;
+}();
 
 std::u16string random_text(std::mt19937& random, std::size_t most_pieces) {
     std::u16string text;
     for (std::size_t count = random() % most_pieces; count > 0; --count) {
-        text += pieces[random() % std::size(pieces)];
+        text += pieces[random() % pieces.size()];
     }
     return text;
 }
 
 TEST(urls, agree_with_the_plain_way_on_random_texts) {
     std::mt19937 random(20090401);
-    std::size_t with_signature = 0;
     std::size_t with_several = 0;
-    for (int round = 0; round < 40'000; ++round) {
+    for (int round = 0; round < 40'000 && !testing::Test::HasFailure(); ++round) {
         const std::u16string text = random_text(random, round % 8 == 0 ? 120 : 16);
-        SCOPED_TRACE(test_support::printable(text));
-        signature_list plainly;
-        plain::analyse(text, plainly);
-        ASSERT_EQ(links_give({text}), digests(distinct(plainly)));
-        with_signature += !plainly.empty();
-        with_several += plainly.size() > 1;
-
-        plainly.clear();
-        plain::scan(text, plainly);
-        ASSERT_EQ(scan_gives(text), digests(distinct(plainly)));
+        with_several += expect_the_plain_way(text) > 1;
     }
-    EXPECT_GT(with_signature, 2000u);
     EXPECT_GT(with_several, 500u);
 }
 
@@ -506,11 +392,7 @@ TEST(urls, agree_with_the_plain_way_on_deep_nests) {
                                       u"%2525252541.com/%25252541"};
     for (const std::u16string_view shape : shapes) {
         for (const std::u16string& ending : endings) {
-            const std::u16string url = repeated(shape, 30) + ending;
-            SCOPED_TRACE(test_support::printable(url));
-            signature_list plainly;
-            plain::analyse(url, plainly);
-            EXPECT_EQ(links_give({url}), digests(distinct(plainly)));
+            expect_the_plain_way(repeated(shape, 30) + ending);
         }
     }
 }
@@ -575,18 +457,10 @@ TEST(url_signatures, give_way_to_a_later_beginning) {
         std::vector<std::string> after;
     };
     const row rows[] = {
-        {"none", {}, {}},
         {"a later beginning", {u"tru com.a/b/c", u"tru com.a/b"}, {"tru com.a/b -- c"}},
-        {"an earlier beginning",
-         {u"tru com.a/b", u"tru com.a/b/c"},
-         {"tru com.a/b -- c", "tru com.a/b/c -- c"}},
         {"equal ones",
          {u"tru a", u"tbd x", u"tru a", u"tsd y", u"tru a", u"tlc z"},
          {"tbd x -- c", "tsd y -- c", "tru a -- c", "tlc z -- c"}},
-        {"other kinds",
-         {u"hsi ab", u"twu a", u"tru ab", u"twu a"},
-         {"hsi ab -- c", "twu a -- c", "tru ab -- c", "twu a -- c"}},
-        {"a beginning within a label", {u"tru com.abc", u"tru com.ab"}, {"tru com.ab -- c"}},
         {"something between in order",
          {u"tru ab/", u"tru abc", u"tru ab-", u"tru ab"},
          {"tru ab -- c"}},
