@@ -9,7 +9,6 @@ namespace {
 using namespace std::string_view_literals;
 
 enum marker : unsigned {
-    tem = 0x01,
     sof_0 = 0xC0,
     dht = 0xC4,
     jpg = 0xC8,
@@ -23,9 +22,13 @@ enum marker : unsigned {
     dqt = 0xDB,
     dnl = 0xDC,
     dri = 0xDD,
+    dhp = 0xDE,
+    exp = 0xDF,
     app_0 = 0xE0,
     app_14 = 0xEE,
     app_15 = 0xEF,
+    jpg_0 = 0xF0,
+    jpg_13 = 0xFD,
     com = 0xFE,
 };
 
@@ -36,8 +39,11 @@ bool is_frame_header(unsigned kind) {
     return kind >= sof_0 && kind <= sof_15 && kind != dht && kind != jpg && kind != dac;
 }
 
+// Markers without a length. Beside those of the standard they are the ones that the decoder does
+// not know: it goes on behind the marker, whatever length is told there.
 bool stands_alone(unsigned kind) {
-    return kind == tem || (kind >= rst_0 && kind <= rst_7);
+    return kind < sof_0 || (kind >= rst_0 && kind <= rst_7) || kind == dhp || kind == exp ||
+           (kind >= jpg_0 && kind <= jpg_13);
 }
 
 // Of what an APP0 may hold only JFIF has a say in the colours. A JFXX holds a thumbnail, which can
@@ -83,13 +89,13 @@ private:
             while (at_ < all_.size() && byte_at(at_) == 0xFF) ++at_;
             if (at_ == all_.size()) return false;
             kind_ = byte_at(at_++);
-            if (kind_ != 0 && !stands_alone(kind_)) return true;
+            if (!stands_alone(kind_)) return true;
         }
     }
 
     // False behind the last marker that the decoder will look at.
     bool take_marker() {
-        if (kind_ == eoi || kind_ == soi || kind_ < sof_0) {  // the end, or two ways to be broken
+        if (kind_ == eoi || kind_ == soi) {  // the end, or a second beginning, which is broken
             keep(at_ - 2, at_);
             return false;
         }
@@ -112,7 +118,7 @@ private:
         const std::uint64_t height = reader.big_endian(2);
         const std::uint64_t width = reader.big_endian(2);
         const std::uint32_t components = reader.byte();
-        picture_.pixels = width * height;
+        picture_.pixels = std::max(picture_.pixels, width * height);
         is_refused_ = !is_decent(width, height, most_frame_pixels) || components == 0 ||
                       components > most_components;
     }
@@ -127,7 +133,7 @@ private:
             at_ = prefix;
             while (at_ < all_.size() && byte_at(at_) == 0xFF) ++at_;
             const unsigned kind = at_ < all_.size() ? byte_at(at_) : unsigned{eoi};
-            if (kind < sof_0 || stands_alone(kind)) continue;
+            if (stands_alone(kind)) continue;
             at_ = prefix;
             return keep(first, prefix);
         }

@@ -67,9 +67,16 @@ std::uint64_t raw_size(const png_header& header) {
     return sum;
 }
 
+// Letters alone. The decoder gives up at a chunk that calls itself anything else.
+bool is_type(std::string_view type) {
+    return std::all_of(type.begin(), type.end(), [](char byte) {
+        return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+    });
+}
+
 // Ancillary chunks begin with a small letter.
 bool is_ancillary(std::string_view type) {
-    return (type.front() & 0x20) != 0;
+    return is_type(type) && (type.front() & 0x20) != 0;
 }
 
 // Of the ancillary ones those that can change a pixel: transparency, and what gamma depends on.

@@ -11,7 +11,6 @@
 #include "analysis/report_text.h"
 #include "image/html_image_reader.h"
 #include "image/picture_guard.h"
-#include "message/character_set.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 
@@ -37,10 +36,7 @@ part* find_html(part& root, image_set& images) {
 // None where the pictures are not laid out by the text alone.
 std::vector<std::u16string> named_identifiers(part& html, image_set& images) {
     html_image_reader reader;
-    try {
-        replay::html::parse(html.text(), reader);
-    } catch (const replay::unicode::generic&) {  // nobody can show it, so it names nothing
-    }
+    replay::html::parse(html.text(), reader);
     if (reader.has_table()) {
         images.notes |= puzzle_in_table;
         return {};

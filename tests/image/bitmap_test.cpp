@@ -51,6 +51,7 @@ TEST_F(bitmap_test, pixels_of_what_the_guard_lets_through_are_those_of_the_origi
     const std::string gamma = png_chunk("gAMA", big_endian(100000, 4));
     const std::string files[] = {
         jpeg_file(3, {9, 99, 0, 255, 128, 64}, jfif + exif + comment),
+        jpeg_file(1, {9}, jpeg_segment(0x02, "reserved") + jpeg_segment(0xF0, "an extension")),
         png_file(picture, png_chunk("tEXt", "a\0b"s) + gamma, png_chunk("tIME", "1234567")),
         gif_file({{picture}}, bytes_of({0x21, 0xFE}) + gif_blocks("a comment")),
     };

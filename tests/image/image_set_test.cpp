@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "message/character_set.h"
 #include "support/bitmap_levels.h"
 #include "support/picture_mail.h"
 
@@ -62,6 +63,11 @@ TEST_F(image_set_test, which_parts_are_decoded) {
         {"a BMP", {"image/png", "BM picture"}, unwanted_file_type, 0, {}},
         {"a PNG that breaks off", {"image/png", png.substr(0, 50)}, no_bitmap, 0, {}},
         {"a refused GIF", {"image/gif", refused}, no_bitmap, 0, {}},
+        {"a chunk that is of no type",
+         {"image/png", png_file(flat(2, 1, 7), png_chunk("a zz", "x"))},
+         no_bitmap,
+         0,
+         {}},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.what);
@@ -123,6 +129,13 @@ TEST_F(image_set_test, frames_of_one_size_give_the_one_shown_longest) {
 TEST_F(image_set_test, frames_of_one_size_need_not_lie_on_each_other) {
     const image_set images = build_gif({{flat(1, 1, 10), 0, 0, 50}, {flat(1, 1, 20), 9, 9, 10}});
     EXPECT_EQ(levels_of(images.bitmaps.at(0)), (levels{10}));
+}
+
+TEST_F(image_set_test, frames_that_differ_in_one_side_lie_over_each_other) {
+    for (const grey_picture& below : {flat(1, 2, 10), flat(2, 1, 10)}) {
+        const image_set images = build_gif({{below, 0, 0, 50}, {flat(1, 1, 20), 0, 0, 10}});
+        EXPECT_EQ(levels_of(images.bitmaps.at(0)), (levels{20, 10}));
+    }
 }
 
 TEST_F(image_set_test, an_overlay_ends_where_the_animation_rests) {
@@ -225,12 +238,13 @@ TEST_F(image_set_test, what_is_no_puzzle) {
     }
 }
 
-TEST_F(image_set_test, html_that_cannot_be_read_names_nothing) {
-    const image_set images = build({{"text/html; charset=Shift_JIS", "<img src=cid:a>\x81"},
-                                    tile(1, 1, 1, "<a>"),
-                                    tile(1, 1, 1, "<b>"),
-                                    tile(1, 1, 1, "<c>")});
-    EXPECT_EQ(images.notes, several_images | puzzle_without_identifiers);
+TEST_F(image_set_test, html_that_cannot_be_read_ends_the_search_for_a_puzzle) {
+    std::vector<mail_part> parts{{"text/html; charset=Shift_JIS", "<img src=cid:a>\x81"},
+                                 tile(1, 1, 1, "<a>"),
+                                 tile(1, 1, 1, "<b>")};
+    EXPECT_EQ(build(parts).notes, several_images);  // too few to look at the text
+    parts.push_back(tile(1, 1, 1, "<c>"));
+    EXPECT_THROW(build(parts), replay::unicode::unmappable_character);
 }
 
 TEST_F(image_set_test, a_puzzle_is_no_larger_than_a_picture) {

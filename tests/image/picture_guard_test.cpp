@@ -202,6 +202,19 @@ TEST(picture_guard, what_has_no_say_in_the_pixels_is_left_out) {
               jpeg_file(1, {7}, jfif + adobe));
 }
 
+TEST(picture_guard, looks_behind_markers_that_have_no_length_for_the_decoder) {
+    for (const int marker : {0x02, 0xBF, 0xDE, 0xDF, 0xF0, 0xFD}) {
+        SCOPED_TRACE(marker);
+        const std::string hidden = jpeg_segment(marker, jpeg_frame_header(4001, 4000));
+        EXPECT_FALSE(
+            admit(picture_format::jpeg, jpeg_file(1, {7}, hidden) + std::string(17'000, 'x')));
+        const auto admitted =
+            admit(picture_format::jpeg, jpeg_file(1, {7}, jpeg_segment(marker, "padding")));
+        ASSERT_TRUE(admitted);
+        EXPECT_EQ(admitted->bytes, jpeg_file(1, {7}));
+    }
+}
+
 TEST(picture_guard, data_of_a_jpeg_scan_stays_as_it_is) {
     const std::string head = "\xFF\xD8" + jpeg_tables() + jpeg_frame_header(8, 8);
     // Stuffed bytes, fill bytes, restart markers and numbers that are no marker are data.
