@@ -262,9 +262,10 @@ void filter_engine::log_head(std::string_view mode, const part& message) const {
     }
     log_head_text("Subject", "Subject:    ", message);
     if (debug_input_) {
-        message.unparse([this](std::string_view line) {
-            services_.log(detail_level, "Input: " + std::string(line));
-        });
+        // All or none: a message may turn out in the middle to be one that cannot be written.
+        for (const std::string& line : message.unparse()) {
+            services_.log(detail_level, "Input: " + line);
+        }
     }
 }
 

@@ -166,8 +166,8 @@ check check_debug_mode() {
 }
 
 check check_threshold() {
-    const std::uint32_t threshold =
-        number_of(registry::setting_of(tree_key::user_thresholds, u"Filter"));
+    const auto threshold = static_cast<std::uint16_t>(
+        number_of(registry::setting_of(tree_key::user_thresholds, u"Filter")));
     const std::string text = std::to_string(threshold);
     if (threshold > highest_rating) {
         return {"threshold", false,

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <stdexcept>
 #include <string_view>
 
 #include "cli/console.h"
@@ -32,6 +33,11 @@ std::string_view reason_of(std::uint32_t load_errors, const image::picture_decod
     return "broken, or refused as too large";
 }
 
+class overlay_error : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 void write_overlay(const image::text_engine& engine, const image_watch& watch,
                    const image_options& options) {
     const std::string& path = options.overlay;
@@ -41,7 +47,7 @@ void write_overlay(const image::text_engine& engine, const image_watch& watch,
     const image::bitmap picture =
         image::bitmap::from_rows(drawn.width, drawn.height, drawn.bytes.data());
     if (!picture.save_as_png(path)) {
-        throw output_error("the overlay '" + path + "' could not be written");
+        throw overlay_error("cannot write the overlay '" + printable(path) + "'");
     }
 }
 
@@ -61,13 +67,13 @@ std::string examine(const raw_message& file, const image_options& options) {
     watch.follow(engine);
     image::engine_result result;
     engine.run(result);
-    if (!options.overlay.empty()) write_overlay(engine, watch, options);
     if (options.json) {
         print(image_as_json(file.name, engine, result, watch, options.checkpoints));
     } else {
         print(image_as_text(file.name, engine, result));
         if (options.checkpoints) print(checkpoints_as_text(watch));
     }
+    if (!options.overlay.empty()) write_overlay(engine, watch, options);
     return {};
 }
 
@@ -91,7 +97,7 @@ CLI::App* add_image(CLI::App& program, image_options& options) {
     return command;
 }
 
-int run_image(const image_options& options) {
+int run_image(const image_options& options) try {
     module::instance().load(module::armed_by::program);
     const std::vector<input> inputs = find_inputs(options.paths);
     if (!options.overlay.empty() && inputs.size() != 1) {
@@ -99,12 +105,14 @@ int run_image(const image_options& options) {
         return exit_bad_input;
     }
     bool has_errors = false;
+    progress shown(inputs.size());
     for (const input& source : inputs) {
         if (interrupted()) return exit_interrupted;
         std::string problem;
         std::string error =
             for_each_message(source, file_format::one_message,
                              [&](const raw_message& file) { problem = examine(file, options); });
+        shown.advance();
         if (error.empty()) error = problem;
         if (error.empty()) continue;
         has_errors = true;
@@ -114,6 +122,10 @@ int run_image(const image_options& options) {
     }
     flush_output();
     return has_errors ? exit_bad_input : exit_done;
+} catch (const overlay_error& error) {
+    flush_output();
+    complain(error.what());
+    return exit_bad_input;
 }
 
 }  // namespace brindlemoss::cli

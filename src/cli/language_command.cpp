@@ -124,8 +124,11 @@ std::string classify_message(const raw_message& message, bool as_json) {
 int classify(const language_options& options) {
     module::instance().load(module::armed_by::program);
     int code = exit_done;
-    for (const input& source : find_inputs(options.paths)) {
+    const std::vector<input> inputs = find_inputs(options.paths);
+    progress shown(inputs.size());
+    for (const input& source : inputs) {
         if (interrupted()) return exit_interrupted;
+        shown.advance();
         std::string fault;
         const std::string error = for_each_message(
             source, file_format::one_message,

@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "account/account_service.h"
 #include "cli/command_line.h"
@@ -21,15 +22,29 @@ void take_home(const program_options& options) {
     if (!options.home.empty()) replay::platform::paths::set_home(options.home);
 }
 
+// One line. Where a command is missing, a word that is none is what is wrong.
+std::string usage_fault(const CLI::App& app, const CLI::ParseError& error) {
+    std::string fault = error.what();
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        const std::vector<std::string> unknown = app.remaining(true);
+        if (!unknown.empty()) fault = "there is no '" + unknown.front() + "' here";
+    }
+    return printable(fault) + "; --help tells more";
+}
+
 // Prints the help that was asked for, or what is wrong with the arguments.
 int answer(command_line& line, const CLI::ParseError& error) {
     if (dynamic_cast<const CLI::CallForHelp*>(&error) != nullptr) {
         take_home(line.options());
         localize_help(line.app());
     }
-    const int code = line.app().exit(error) == 0 ? exit_done : exit_bad_input;
+    if (error.get_exit_code() != 0) {
+        complain(usage_fault(line.app(), error));
+        return exit_bad_input;
+    }
+    line.app().exit(error);
     if (!std::cout.flush()) throw output_error("the help could not be written");
-    return code;
+    return exit_done;
 }
 
 int run(int argument_count, char** arguments) {

@@ -1,8 +1,9 @@
 #include "cli/parse_command.h"
 
 #include <CLI/CLI.hpp>
-#include <exception>
+#include <optional>
 #include <typeinfo>
+#include <vector>
 
 #include "cli/console.h"
 #include "cli/inputs.h"
@@ -72,31 +73,45 @@ void write_outline(const part& item, std::size_t depth, std::string& lines) {
     for (const part& child : item.children) write_outline(child, depth + 1, lines);
 }
 
-std::string as_json(std::string_view name, std::string_view raw) {
+std::string as_json(std::string_view name, const part& message) {
     json_writer json;
     json.begin_object().key("file").utf8(name);
-    try {
-        const part message(raw);
-        const std::string digest = unparse_digest(message);
-        json.key("tree");
-        write_node(message, json);
-        json.key("unparse_md5").utf8(digest);
-    } catch (const replay::exception& error) {
-        json.key("error").utf8(replay::platform::type_name(typeid(error)));
-        json.key("message").utf8(error.message());
-    }
-    json.end_object();
-    return json.line() + "\n";
+    const std::string digest = unparse_digest(message);
+    json.key("tree");
+    write_node(message, json);
+    json.key("unparse_md5").utf8(digest);
+    return json.end_object().line() + "\n";
 }
 
-std::string as_outline(std::string_view name, std::string_view raw) {
+std::string as_outline(std::string_view name, const part& message) {
     std::string lines = printable(name) + "\n";
-    try {
-        write_outline(part(raw), 1, lines);
-    } catch (const replay::exception& error) {
-        lines += "  " + replay::platform::type_name(typeid(error)) + ": " + error.message() + "\n";
-    }
+    write_outline(message, 1, lines);
     return lines;
+}
+
+struct failure {
+    std::string exception;  // the name of its class
+    std::string message;    // may be empty
+};
+
+void tell_failure(const std::string& path, const failure& failed, bool as_json_line) {
+    if (as_json_line) {
+        json_writer json;
+        json.begin_object().key("file").utf8(path);
+        json.key("error").utf8(failed.exception).key("message").utf8(failed.message);
+        print(json.end_object().line() + "\n");
+    }
+    flush_output();
+    const std::string& what = failed.message.empty() ? failed.exception : failed.message;
+    complain("cannot read '" + printable(path) + "': " + printable(what));
+}
+
+std::optional<failure> print_tree(const raw_message& message, bool as_json_line) try {
+    const part parsed(message.text);
+    print(as_json_line ? as_json(message.name, parsed) : as_outline(message.name, parsed));
+    return std::nullopt;
+} catch (const replay::exception& error) {
+    return failure{replay::platform::type_name(typeid(error)), error.message()};
 }
 
 }  // namespace
@@ -112,17 +127,18 @@ CLI::App* add_parse(CLI::App& program, parse_options& options) {
 
 int run_parse(const parse_options& options) {
     int code = exit_done;
-    for (const input& source : find_inputs(options.paths)) {
+    const std::vector<input> inputs = find_inputs(options.paths);
+    progress shown(inputs.size());
+    for (const input& source : inputs) {
         if (interrupted()) return exit_interrupted;
-        const std::string error =
-            for_each_message(source, file_format::one_message, [&](const raw_message& message) {
-                print(options.json ? as_json(message.name, message.text)
-                                   : as_outline(message.name, message.text));
-            });
-        if (error.empty()) continue;
-        if (options.json) print(json_error_line(source.path, error));
-        flush_output();
-        complain("cannot read '" + printable(source.path) + "': " + error);
+        std::optional<failure> failed;
+        const std::string error = for_each_message(
+            source, file_format::one_message,
+            [&](const raw_message& message) { failed = print_tree(message, options.json); });
+        shown.advance();
+        if (!error.empty()) failed = failure{"generic", error};
+        if (!failed) continue;
+        tell_failure(source.path, *failed, options.json);
         code = exit_bad_input;
     }
     flush_output();

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <string_view>
@@ -53,7 +54,11 @@ verdict score_message(std::string_view raw, analysis::occasion when) {
     try {
         replay::internet::message2::part message(raw);
         return filter_engine::instance().score(message, when);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        constexpr int failure_level = 3;
+        module::instance()
+            .log_of(subsystem::filter)
+            .write(failure_level, std::string("Unhandled Exception: ") + error.what());
         verdict passed;
         passed.settled_by = decision::error;
         return passed;
@@ -87,8 +92,9 @@ void write_signatures(const analysis::signature_list& signatures, json_writer& j
         if (each.matched) {
             json.key("id").unsigned_number(each.id);
             json.key("state").number(each.state);
-            json.key("reports").number(each.reports).key("revokes").number(each.revokes);
-            json.key("matches").number(each.matches);
+            json.key("reports").number(static_cast<std::int32_t>(each.reports));
+            json.key("revokes").number(static_cast<std::int32_t>(each.revokes));
+            json.key("matches").number(static_cast<std::int32_t>(each.matches));
         }
         json.end_object();
     }
@@ -144,6 +150,7 @@ scored_input score_input(const input& source, const score_options& options) {
     const auto format = options.mailbox ? file_format::mailbox : file_format::one_message;
     scored_input scored;
     scored.error = for_each_message(source, format, [&](const raw_message& message) {
+        if (interrupted()) return;
         const verdict reached = score_message(message.text, when);
         const std::uint16_t threshold = threshold_for(reached);
         if (reached.rating >= threshold) scored.reached_threshold = true;

@@ -98,7 +98,8 @@ public:
         try {
             const running_call call;
             Result = wide_bytes(merged(bytes_of(Message), bytes_of(Header)));
-        } catch (...) {
+        } catch (const std::exception& error) {
+            log_unhandled(error);
             Result = Message;
         }
         return success;

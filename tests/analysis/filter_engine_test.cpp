@@ -1,5 +1,6 @@
 #include "analysis/filter_engine.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -276,6 +277,14 @@ TEST(filter_engine, debug_input_logs_the_message_below_its_head) {
                      "log 0 Input: Content-Type: text/plain; charset=\"iso-8859-1\"",
                      "log 0 Input: ", "log 0 Input: c", "log 0 Input: ", "log 0 Input: ",
                      "log 1 Analysis:   Message contained a virus infection"}));
+}
+
+TEST(filter_engine, debug_input_logs_nothing_of_a_message_that_cannot_be_written) {
+    recording_services services;
+    part message("Subject: a\nContent-Type: text/plain; name=\"\xE9\"; x=\"=?cp99?Q?\?=\"\n\nb\n");
+    EXPECT_EQ(filter_engine(services, true).score(message, occasion::again).settled_by,
+              decision::broken_header);
+    EXPECT_THAT(services.events, testing::Not(testing::Contains(testing::HasSubstr("Input: "))));
 }
 
 TEST(filter_engine, a_service_that_fails) {

@@ -77,6 +77,10 @@ TEST(image_command, draws_what_it_saw_into_a_picture_of_the_same_size) {
     }
     EXPECT_THAT(home.refused({"image", "--overlay", "x.png", path, path}),
                 HasSubstr("one picture"));
+    const auto unwritten = home.run({"image", "--overlay", home.folder().path("no/x.png"), path});
+    EXPECT_EQ(unwritten.code, 2);
+    EXPECT_THAT(unwritten.out, StartsWith(path + ": 218 x 160 pixels"));
+    EXPECT_THAT(unwritten.err, StartsWith("brindlemoss: cannot write the overlay '"));
 }
 
 TEST(image_command, names_what_it_cannot_read_and_does_the_rest) {

@@ -60,6 +60,14 @@ TEST(program, scores_as_json) {
     EXPECT_THAT(run_program({"score", "--explain", a}).out, StartsWith("100 "));
 }
 
+TEST(program, logs_why_a_message_could_not_be_rated) {
+    const temporary_folder folder;
+    const string too_deep = folder.file("e", test_support::nested_messages(65));
+    run_program({"score", too_deep, "--home", folder.path("home")});
+    EXPECT_THAT(folder.read("home/Logs/Core.log.txt"),
+                HasSubstr(" !  Unhandled Exception: message2[MIME tree depth exceeded]\r\n"));
+}
+
 TEST(program, scores_for_people) {
     const temporary_folder folder;
     const string a = folder.file("a", infected);
@@ -179,23 +187,28 @@ TEST(program, check_tells_by_the_exit_code) {
 TEST(program, wrong_usage) {
     const temporary_folder folder;
     const string good = folder.file("good", infected);
-    const texts rows[] = {
-        {},
-        {"nonsense", good},
-        {"score", "--jobs", "0", good},
-        {"score", "--jobs", "257", good},
-        {"score", "--jobs", "many", good},
-        {"parse", "--check", good},
-        {"registry"},
-        {"registry", "set", "A"},
-        {"stats", "x"},
+    const struct {
+        texts arguments;
+        const char* named;
+    } rows[] = {
+        {{}, "subcommand"},
+        {{"nonsense", good}, "'nonsense'"},
+        {{"rules", "allow", "non\nsense"}, "'non\xEF\xBF\xBDsense'"},
+        {{"score", "--jobs", "0", good}, "--jobs"},
+        {{"score", "--jobs", "257", good}, "257"},
+        {{"score", "--jobs", "many", good}, "many"},
+        {{"parse", "--check", good}, "--check"},
+        {{"registry"}, "subcommand"},
+        {{"registry", "set", "A"}, "VALUE"},
+        {{"stats", "x"}, "x"},
     };
-    for (const texts& arguments : rows) {
-        SCOPED_TRACE(testing::PrintToString(arguments));
-        const program_result result = run_program(arguments);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.arguments));
+        const program_result result = run_program(row.arguments);
         EXPECT_EQ(result.code, 2);
         EXPECT_EQ(result.out, "");
-        EXPECT_NE(result.err, "");
+        EXPECT_THAT(result.err, AllOf(StartsWith("brindlemoss: "), HasSubstr(row.named)));
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
     }
 }
 
@@ -270,16 +283,33 @@ TEST(program, parses_as_json) {
 }
 
 TEST(program, parse_names_what_stopped_it) {
-    const auto line = [](const string& raw) { return run_program({"parse", "--json", "-"}, raw); };
-    expect_done(line(test_support::nested_multiparts(65)),
-                "{\"file\":\"-\",\"error\":\"depth_limit\","
-                "\"message\":\"MIME tree depth exceeded\"}\n");
-    expect_done(line("Content-Type: =?utf-8?Q?=zz?=\n"),
-                "{\"file\":\"-\",\"error\":\"invalid_codeword\","
-                "\"message\":\"Invalid Codeword 0x7A\"}\n");
-    expect_done(line("Content-Type: =?windows-9999?Q?a?=\n"),
-                "{\"file\":\"-\",\"error\":\"invalid_codepage\",\"message\":\"\"}\n");
-    EXPECT_THAT(line(test_support::nested_multiparts(64)).out, HasSubstr("\"unparse_md5\":\""));
+    const auto parsed = [](const string& raw) {
+        return run_program({"parse", "--json", "-"}, raw);
+    };
+    const struct {
+        string raw;
+        string told;
+        string complaint;
+    } rows[] = {
+        {test_support::nested_multiparts(65),
+         R"("error":"depth_limit","message":"MIME tree depth exceeded")",
+         "MIME tree depth exceeded"},
+        {"Content-Type: =?utf-8?Q?=zz?=\n",
+         R"("error":"invalid_codeword","message":"Invalid Codeword 0x7A")",
+         "Invalid Codeword 0x7A"},
+        {"Content-Type: =?windows-9999?Q?a?=\n", R"("error":"invalid_codepage","message":"")",
+         "invalid_codepage"},
+    };
+    for (const auto& row : rows) {
+        const program_result result = parsed(row.raw);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_EQ(result.out, "{\"file\":\"-\"," + row.told + "}\n");
+        EXPECT_EQ(result.err, "brindlemoss: cannot read '-': " + row.complaint + "\n");
+    }
+    EXPECT_THAT(parsed(test_support::nested_multiparts(64)).out, HasSubstr("\"unparse_md5\":\""));
+    EXPECT_EQ(run_program({"parse", "--json", "none"}).out,
+              "{\"file\":\"none\",\"error\":\"generic\","
+              "\"message\":\"No such file or directory\"}\n");
 }
 
 }  // namespace

@@ -331,6 +331,12 @@ TEST(doctor_command, tells_what_is_wrong) {
         const char* told;
     } rows[] = {
         {"a threshold over all ratings", {"101"}, nullptr, nullptr, "threshold", "101"},
+        {"its lower half counts",
+         {"131072101"},
+         nullptr,
+         nullptr,
+         "threshold",
+         "\"text\":\"101 is"},
         {"a wrong type", {"--type", "text", "50"}, nullptr, nullptr, "threshold", "Type mismatch"},
         {"a damaged store", {}, "user.store", nullptr, "store", "set aside"},
         {"a folder for a store", {}, nullptr, "user.store", "user store", "does not open"},

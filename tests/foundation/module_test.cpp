@@ -144,9 +144,9 @@ TEST_F(module_test, shows_other_processes_that_it_is_in_use) {
         return is_locked;
     };
     {
-        module first(surroundings("/bin/mail"));
+        module first(surroundings());
         first.load(armed_by::library);
-        module second(surroundings("/bin/mail"));
+        module second(surroundings());
         second.load(armed_by::library);
         EXPECT_TRUE(is_in_use());
     }
