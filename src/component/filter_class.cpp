@@ -101,6 +101,9 @@ public:
         } catch (const std::exception& error) {
             log_unhandled(error);
             Result = Message;
+        } catch (...) {
+            log_failure("Unhandled Exception");
+            Result = Message;
         }
         return success;
     } catch (...) {  // not even room for a copy

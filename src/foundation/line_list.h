@@ -17,8 +17,6 @@ using line_views = std::vector<std::u16string_view>;
 // long as this object, even when its line is no longer in the list.
 class line_list {
 public:
-    line_list() = default;
-
     // Those of a stored value of type value_type::multi_text.
     explicit line_list(std::string_view bytes);
 

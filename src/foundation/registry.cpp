@@ -285,7 +285,7 @@ std::shared_ptr<const line_views> key::shared_multi_text(std::u16string_view nam
     if (found.unchanged) return kept->second.lines;
     check_value(name, found.value, value_type::multi_text);
     const auto list = std::make_shared<const line_list>(found.value.bytes);
-    const std::shared_ptr<const line_views> lines(list, &list->lines());
+    std::shared_ptr<const line_views> lines(list, &list->lines());
     lists_.insert_or_assign(std::u16string(name), kept_list{found.stamp, lines});
     return lines;
 }
