@@ -33,8 +33,9 @@ std::atomic<std::int64_t> milliseconds_now{0};
 std::atomic<int> times_read{0};  // by each start of a timer and by each response
 
 std::chrono::steady_clock::time_point test_time() {
-    ++times_read;
-    return std::chrono::steady_clock::time_point(std::chrono::milliseconds(milliseconds_now));
+    const std::chrono::milliseconds now{milliseconds_now};
+    ++times_read;  // not before: a test moves the time as soon as it sees this
+    return std::chrono::steady_clock::time_point(now);
 }
 
 std::vector<ip4> two_homes_or_none(const std::string& host, std::uint16_t port) {
