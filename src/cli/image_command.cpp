@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -11,7 +12,6 @@
 #include "cli/image_document.h"
 #include "cli/image_watch.h"
 #include "cli/inputs.h"
-#include "cli/json_writer.h"
 #include "cli/picture_overlay.h"
 #include "foundation/module.h"
 #include "image/image_set.h"
@@ -51,13 +51,14 @@ void write_overlay(const image::text_engine& engine, const image_watch& watch,
     }
 }
 
-// Empty where the picture was examined, else what is wrong with it.
-std::string examine(const raw_message& file, const image_options& options) {
+std::optional<input_fault> examine(const raw_message& file, const image_options& options) {
     const image::picture_decoder decoder;
     image::decoding_budget budget;
     image::image_set images;
     image::decode_picture(only_picture, file.text, decoder, budget, images);
-    if (images.bitmaps.empty()) return std::string(reason_of(images.load_errors, decoder));
+    if (images.bitmaps.empty()) {
+        return input_fault{std::string(reason_of(images.load_errors, decoder))};
+    }
 
     image_watch watch(options.checkpoints || !options.show.empty()
                           ? image_watch::keep::every_checkpoint
@@ -74,7 +75,7 @@ std::string examine(const raw_message& file, const image_options& options) {
         if (options.checkpoints) print(checkpoints_as_text(watch));
     }
     if (!options.overlay.empty()) write_overlay(engine, watch, options);
-    return {};
+    return std::nullopt;
 }
 
 }  // namespace
@@ -104,24 +105,9 @@ int run_image(const image_options& options) try {
         complain("--overlay draws into one file and takes one picture");
         return exit_bad_input;
     }
-    bool has_errors = false;
-    progress shown(inputs.size());
-    for (const input& source : inputs) {
-        if (interrupted()) return exit_interrupted;
-        std::string problem;
-        std::string error =
-            for_each_message(source, file_format::one_message,
-                             [&](const raw_message& file) { problem = examine(file, options); });
-        shown.advance();
-        if (error.empty()) error = problem;
-        if (error.empty()) continue;
-        has_errors = true;
-        if (options.json) print(json_error_line(source.path, error));
-        flush_output();
-        complain("cannot read '" + printable(source.path) + "': " + error);
-    }
-    flush_output();
-    return has_errors ? exit_bad_input : exit_done;
+    return for_each_input(
+        inputs, [&](const raw_message& file) { return examine(file, options); },
+        options.json ? fault_as_json : nullptr);
 } catch (const overlay_error& error) {
     flush_output();
     complain(error.what());

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "cli/console.h"
+#include "cli/json_writer.h"
 #include "message/lines.h"
 #include "platform/file.h"
 
@@ -134,6 +135,34 @@ std::string for_each_message(const input& source, file_format format,
         take({source.path, text});
     }
     return {};
+}
+
+std::string fault_as_json(const std::string& path, const input_fault& fault) {
+    return json_error_line(path, fault.what);
+}
+
+int for_each_input(const std::vector<input>& inputs,
+                   const std::function<std::optional<input_fault>(const raw_message&)>& take,
+                   std::string (*as_json)(const std::string& path, const input_fault& fault)) {
+    int code = exit_done;
+    progress shown(inputs.size());
+    for (const input& source : inputs) {
+        if (interrupted()) return exit_interrupted;
+        std::optional<input_fault> fault;
+        const std::string error =
+            for_each_message(source, file_format::one_message,
+                             [&](const raw_message& message) { fault = take(message); });
+        shown.advance();
+        if (!error.empty()) fault = input_fault{error};
+        if (!fault) continue;
+        code = exit_bad_input;
+        if (as_json != nullptr) print(as_json(source.path, *fault));
+        flush_output();
+        const std::string& what = fault->what.empty() ? fault->exception : fault->what;
+        complain("cannot read '" + printable(source.path) + "': " + printable(what));
+    }
+    flush_output();
+    return code;
 }
 
 }  // namespace brindlemoss::cli

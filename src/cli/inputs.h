@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,5 +33,21 @@ enum class file_format { one_message, mailbox };
 // (RFC 4155); those lines and the empty ones before them belong to no message.
 std::string for_each_message(const input& source, file_format format,
                              const std::function<void(const raw_message&)>& take);
+
+struct input_fault {
+    std::string what;                   // may be empty: the class says it
+    std::string exception = "generic";  // the name of its class
+};
+
+// The JSON line of most commands for an input with a fault.
+std::string fault_as_json(const std::string& path, const input_fault& fault);
+
+// Hands over the one message of each input, in their order, with the progress on a terminal, until
+// all are taken or the user interrupts. What cannot be read, and what `take` gives as wrong, is
+// told on standard error, and on standard output as the line that `as_json` makes, unless that is
+// nullptr. Returns the exit code. Throws output_error and what `take` throws.
+int for_each_input(const std::vector<input>& inputs,
+                   const std::function<std::optional<input_fault>(const raw_message&)>& take,
+                   std::string (*as_json)(const std::string& path, const input_fault& fault));
 
 }  // namespace brindlemoss::cli

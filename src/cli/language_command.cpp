@@ -1,5 +1,7 @@
 #include "cli/language_command.h"
 
+#include <optional>
+
 #include "cli/console.h"
 #include "cli/inputs.h"
 #include "cli/json_writer.h"
@@ -94,8 +96,7 @@ void print_all(const language_options& options) {
     }
 }
 
-// Gives what went wrong with this one message, empty where nothing did.
-std::string classify_message(const raw_message& message, bool as_json) {
+std::optional<input_fault> classify_message(const raw_message& message, bool as_json) {
     std::uint32_t number = 0;
     try {
         part parsed(message.text);
@@ -103,45 +104,29 @@ std::string classify_message(const raw_message& message, bool as_json) {
     } catch (const language::manager::generic&) {
         throw;
     } catch (const replay::exception& error) {
-        if (as_json) print(json_error_line(message.name, error.what()));
-        return error.what();
+        return input_fault{error.what()};
     }
     if (as_json) {
         json_writer json;
         json.begin_object().key("file").utf8(message.name);
         write_language(number, json);
         print(json.end_object().line() + "\n");
-        return {};
+        return std::nullopt;
     }
     const numbered_language* const known = language::language_of_number(number);
     std::string line = std::to_string(number);
     line.resize(7, ' ');
     line.append(known != nullptr ? known->name : "(unknown)");
     print(line.append("  ").append(printable(message.name)).append("\n"));
-    return {};
+    return std::nullopt;
 }
 
 int classify(const language_options& options) {
     module::instance().load(module::armed_by::program);
-    int code = exit_done;
-    const std::vector<input> inputs = find_inputs(options.paths);
-    progress shown(inputs.size());
-    for (const input& source : inputs) {
-        if (interrupted()) return exit_interrupted;
-        shown.advance();
-        std::string fault;
-        const std::string error = for_each_message(
-            source, file_format::one_message,
-            [&](const raw_message& message) { fault = classify_message(message, options.json); });
-        if (error.empty() && fault.empty()) continue;
-        if (options.json && !error.empty()) print(json_error_line(source.path, error));
-        flush_output();
-        complain("cannot read '" + printable(source.path) +
-                 "': " + (error.empty() ? printable(fault) : error));
-        code = exit_bad_input;
-    }
-    flush_output();
-    return code;
+    return for_each_input(
+        find_inputs(options.paths),
+        [&](const raw_message& message) { return classify_message(message, options.json); },
+        options.json ? fault_as_json : nullptr);
 }
 
 void show_or_change(const language_options& options) {

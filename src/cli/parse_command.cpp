@@ -89,29 +89,19 @@ std::string as_outline(std::string_view name, const part& message) {
     return lines;
 }
 
-struct failure {
-    std::string exception;  // the name of its class
-    std::string message;    // may be empty
-};
-
-void tell_failure(const std::string& path, const failure& failed, bool as_json_line) {
-    if (as_json_line) {
-        json_writer json;
-        json.begin_object().key("file").utf8(path);
-        json.key("error").utf8(failed.exception).key("message").utf8(failed.message);
-        print(json.end_object().line() + "\n");
-    }
-    flush_output();
-    const std::string& what = failed.message.empty() ? failed.exception : failed.message;
-    complain("cannot read '" + printable(path) + "': " + printable(what));
+std::string class_and_message(const std::string& path, const input_fault& fault) {
+    json_writer json;
+    json.begin_object().key("file").utf8(path);
+    json.key("error").utf8(fault.exception).key("message").utf8(fault.what);
+    return json.end_object().line() + "\n";
 }
 
-std::optional<failure> print_tree(const raw_message& message, bool as_json_line) try {
+std::optional<input_fault> print_tree(const raw_message& message, bool as_json_line) try {
     const part parsed(message.text);
     print(as_json_line ? as_json(message.name, parsed) : as_outline(message.name, parsed));
     return std::nullopt;
 } catch (const replay::exception& error) {
-    return failure{replay::platform::type_name(typeid(error)), error.message()};
+    return input_fault{error.message(), replay::platform::type_name(typeid(error))};
 }
 
 }  // namespace
@@ -126,23 +116,10 @@ CLI::App* add_parse(CLI::App& program, parse_options& options) {
 }
 
 int run_parse(const parse_options& options) {
-    int code = exit_done;
-    const std::vector<input> inputs = find_inputs(options.paths);
-    progress shown(inputs.size());
-    for (const input& source : inputs) {
-        if (interrupted()) return exit_interrupted;
-        std::optional<failure> failed;
-        const std::string error = for_each_message(
-            source, file_format::one_message,
-            [&](const raw_message& message) { failed = print_tree(message, options.json); });
-        shown.advance();
-        if (!error.empty()) failed = failure{"generic", error};
-        if (!failed) continue;
-        tell_failure(source.path, *failed, options.json);
-        code = exit_bad_input;
-    }
-    flush_output();
-    return code;
+    return for_each_input(
+        find_inputs(options.paths),
+        [&](const raw_message& message) { return print_tree(message, options.json); },
+        options.json ? class_and_message : nullptr);
 }
 
 }  // namespace brindlemoss::cli

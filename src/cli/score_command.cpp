@@ -12,6 +12,7 @@
 #include "cli/inputs.h"
 #include "cli/json_writer.h"
 #include "cli/ordered_work.h"
+#include "component/rating.h"
 #include "foundation/module.h"
 #include "message/character_set.h"
 #include "message/part.h"
@@ -55,10 +56,7 @@ verdict score_message(std::string_view raw, analysis::occasion when) {
         replay::internet::message2::part message(raw);
         return filter_engine::instance().score(message, when);
     } catch (const std::exception& error) {
-        constexpr int failure_level = 3;
-        module::instance()
-            .log_of(subsystem::filter)
-            .write(failure_level, std::string("Unhandled Exception: ") + error.what());
+        component::log_unhandled(error);
         verdict passed;
         passed.settled_by = decision::error;
         return passed;

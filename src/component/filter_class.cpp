@@ -21,11 +21,6 @@ void log_failure(std::string_view line) noexcept try {
 } catch (...) {  // then there is nobody left to tell
 }
 
-void log_unhandled(const std::exception& error) noexcept try {
-    log_failure(std::string("Unhandled Exception: ") + error.what());
-} catch (...) {
-}
-
 // The rating of the raw message that `read` gives; 0 when anything goes wrong.
 template <typename reader>
 std::int32_t rating_of(reader&& read, bool orphan) noexcept try {
@@ -116,6 +111,11 @@ public:
 
 std::int32_t rate(std::string_view raw, bool orphan) noexcept {
     return rating_of([&] { return raw; }, orphan);
+}
+
+void log_unhandled(const std::exception& error) noexcept try {
+    log_failure(std::string("Unhandled Exception: ") + error.what());
+} catch (...) {
 }
 
 std::unique_ptr<object> make_filter(const class_row& row) {

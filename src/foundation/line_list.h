@@ -14,7 +14,8 @@ using line_views = std::vector<std::u16string_view>;
 
 // The lines of a list while they are changed. They are views, into the text that was read and into
 // lines that came in later, so that a line of a long list costs no allocation. A view is good as
-// long as this object, even when its line is no longer in the list.
+// long as this object, even when its line is no longer in the list. Not synchronised; throws only
+// std::bad_alloc.
 class line_list {
 public:
     // Those of a stored value of type value_type::multi_text.
@@ -25,7 +26,7 @@ public:
 
     const line_views& lines() const noexcept { return lines_; }
 
-    void insert(line_views::const_iterator before, std::u16string line);
+    void insert(line_views::const_iterator before, std::u16string&& line);
     void push_back(std::u16string line) { insert(lines_.end(), std::move(line)); }
     void replace(std::size_t place, std::u16string line);
     void erase(line_views::const_iterator line) { lines_.erase(line); }

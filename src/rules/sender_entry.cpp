@@ -142,8 +142,7 @@ void insert_sorted(line_list& entries, std::u16string entry) {
     const line_views& lines = entries.lines();
     // Other programs and hands may have left them in any order.
     if (!std::is_sorted(lines.begin(), lines.end())) entries.sort();
-    const auto place = std::upper_bound(lines.begin(), lines.end(), entry);
-    entries.insert(place, std::move(entry));
+    entries.insert(std::upper_bound(lines.begin(), lines.end(), entry), std::move(entry));
 }
 
 std::u16string joined(const text_list& entries) {

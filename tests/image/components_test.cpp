@@ -186,6 +186,15 @@ TEST(filter_components, leaves_out_specks_and_bars) {
     }
 }
 
+TEST(filter_components, goes_through_the_lines_in_reading_order) {
+    scene page(drawing(1, 1), {{10, 40, 200, 60}, {10, 10, 200, 30}});
+    page.line().components.push_back({sized(20, 45, 5, 8)});
+    page.engine.lines.back().components.push_back({sized(90, 15, 5, 8)});
+    filter_components(page.engine);
+    EXPECT_THAT(page.recorded.at_label["Valid CC"],
+                ElementsAre(sized(90, 15, 5, 8), sized(20, 45, 5, 8)));
+}
+
 TEST(filter_components, lists_glyphs_from_left_to_right_and_shrinks_the_line) {
     // In reading order the upper one comes first.
     filtered_line filtered({10, 10, 200, 40},

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "image/uniform.h"
@@ -64,25 +65,27 @@ drawing picture_with_squares(const rect& area) {
     drawing picture(300, 100);
     for (std::int32_t y = 0; y < height_of(area); y += 3) {
         for (std::int32_t x = y % 2 * 3; x < width_of(area); x += 6) {
-            picture.fill(sized(area.left + x, area.top + y, 3, 3));
+            const std::int32_t left = area.left + x, top = area.top + y;
+            picture.fill(
+                {left, top, std::min(left + 2, area.right), std::min(top + 2, area.bottom)});
         }
     }
     return picture;
 }
 
 TEST(crop, goes_by_turns_only_while_enough_is_left) {
-    const rect low = sized(50, 30, 180, 33), high = sized(50, 30, 180, 36);
-    const rect narrow = sized(50, 30, 123, 60), wide = sized(50, 30, 126, 60);
+    const rect low = sized(50, 30, 180, 35), high = sized(50, 30, 180, 36);
+    const rect narrow = sized(50, 30, 124, 60), wide = sized(50, 30, 125, 60);
     const rect speck = sized(20, 5, 3, 2);  // uneven by rows, not by columns
     const struct {
         const char* what;
         rect squares, mark, wanted;
     } rows[] = {
-        {"too low for columns", low, low, {0, 30, 299, 62}},
+        {"too low for columns", low, low, {0, 30, 299, 64}},
         {"just high enough", high, high, high},
-        {"too narrow for rows again", narrow, speck, {50, 5, 172, 89}},
+        {"too narrow for rows again", narrow, speck, {50, 5, 173, 89}},
         {"just wide enough", wide, speck, wide},
-        {"a mark uneven by columns too", wide, sized(20, 5, 3, 3), {20, 5, 175, 89}},
+        {"a mark uneven by columns too", wide, sized(20, 5, 3, 3), {20, 5, 174, 89}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "image/line_lists.h"
 #include "support/plane_drawing.h"
+#include "support/recorded_checkpoints.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 
@@ -33,7 +35,9 @@ profile text(std::size_t height) {
 
 class tall_lines : public testing::Test {
 protected:
-    tall_lines() : engine(source_bitmap{}) { engine.background_levels[test_support::paper] = true; }
+    tall_lines() : engine(source_bitmap{}, {}, &recorded) {
+        engine.background_levels[test_support::paper] = true;
+    }
 
     // 60 columns wide.
     text_line& add(std::int32_t left, std::int32_t top, const profile& ink) {
@@ -61,6 +65,7 @@ protected:
     std::vector<rect> valid_boxes() { return boxes_of(valid_lines(engine.lines)); }
 
     test_support::drawing page{1000, 400};
+    test_support::recorded_checkpoints recorded;
     text_engine engine;
 };
 
@@ -100,6 +105,17 @@ TEST_F(tall_lines, of_the_wrong_height_stay) {
     EXPECT_EQ(examined(text(9) + waist + text(9), 12).size(), 2u);
     EXPECT_EQ(examined(text(9) + waist + text(9), 13).size(), 1u);  // neither 20 / 2 nor 20 / 3
     EXPECT_EQ(examined(text(19) + waist + text(19), 10).size(), 1u);
+}
+
+TEST_F(tall_lines, are_big_from_three_rows_more_than_usual) {
+    const std::pair<std::size_t, const char*> table[] = {
+        {7, "Small line 1"}, {8, "Normal line 1"}, {12, "Normal line 1"}, {13, "Big line 1"}};
+    for (const auto& [height, label] : table) {
+        SCOPED_TRACE(height);
+        recorded.in_order.clear();
+        EXPECT_EQ(examined(text(height), 10).size(), 1u);
+        EXPECT_THAT(recorded.in_order, ElementsAre(label));
+    }
 }
 
 TEST_F(tall_lines, without_clear_parts_stay) {

@@ -6,6 +6,7 @@
 
 #include "support/engine_on.h"
 #include "support/plane_drawing.h"
+#include "support/recorded_checkpoints.h"
 
 namespace brindlemoss::analysis::plugins::image_analysis {
 namespace {
@@ -68,6 +69,26 @@ TEST(text_regions, puts_slanted_lines_straight) {
         EXPECT_EQ(engine.stop_code, no_stop);
         EXPECT_NEAR(engine.slope, slope, 0.01);
         EXPECT_EQ(engine.regions.size(), 5u);
+    }
+}
+
+TEST(text_regions, leaves_lines_that_are_nearly_straight) {
+    const struct {
+        double drawn;
+        double least, most;  // what is found of it
+        std::size_t crops;   // a second one behind straightening
+    } rows[] = {{0.026, 0.0248, 0.025, 1},
+                {-0.0265, -0.025, -0.0248, 1},
+                {0.0265, 0.025, 0.0262, 2},
+                {-0.027, -0.0262, -0.025, 2}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.drawn);
+        recorded_checkpoints recorded;
+        text_engine engine = engine_on(slanted(text_page(5), row.drawn), &recorded);
+        find_text_regions(engine);
+        EXPECT_GE(engine.slope, row.least);
+        EXPECT_LE(engine.slope, row.most);
+        EXPECT_EQ(recorded.at_label["Crop"].size(), row.crops);
     }
 }
 

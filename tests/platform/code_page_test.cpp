@@ -185,12 +185,7 @@ TEST(code_page, a_text_cut_at_any_length_is_an_error_or_its_beginning) {
 }
 
 TEST(code_page, broken_bytes_stop_or_are_replaced) {
-    const struct {
-        const char* what;
-        std::int32_t page;
-        std::string_view bytes;
-        std::u16string_view replaced;
-    } rows[] = {
+    const text_sample rows[] = {
         {"UTF-8: stray trail", 65001, "a\x80z"sv, u"a\xFFFDz"},
         {"UTF-8: overlong", 65001, "\xC0\xAF"sv, u"\xFFFD\xFFFD"},
         {"UTF-8: overlong of three", 65001, "\xE0\x9F\xBF"sv, u"\xFFFD\xFFFD\xFFFD"},
@@ -220,7 +215,7 @@ TEST(code_page, broken_bytes_stop_or_are_replaced) {
         EXPECT_EQ(decode(row.bytes, row.page, on_error::stop, wide), status::untranslatable);
         EXPECT_EQ(wide, u"kept");
         ASSERT_EQ(decode(row.bytes, row.page, on_error::replace, wide), status::done);
-        EXPECT_EQ(wide, std::u16string(u"kept").append(row.replaced));
+        EXPECT_EQ(wide, std::u16string(u"kept").append(row.wide));
     }
 }
 
