@@ -16,7 +16,9 @@ endif()
 add_compile_definitions(_GLIBCXX_ASSERTIONS)
 
 if(BRINDLEMOSS_SANITIZE)
-  add_compile_options(-fsanitize=${BRINDLEMOSS_SANITIZE} -fno-omit-frame-pointer)
+  # A report needs the lines only, and the rest of the optimizer's work costs more than it saves.
+  add_compile_options(-fsanitize=${BRINDLEMOSS_SANITIZE} -fno-omit-frame-pointer
+    -O1 -gline-tables-only)
   add_link_options(-fsanitize=${BRINDLEMOSS_SANITIZE})
   if(BRINDLEMOSS_SANITIZE MATCHES undefined)
     add_compile_options(-fno-sanitize-recover=undefined)

@@ -69,16 +69,15 @@ void walk_folder(const fs::path& top, std::vector<input>& found) {
     }
 }
 
-void split_mailbox(const std::string& path, std::string_view text,
-                   const std::function<void(const raw_message&)>& take) {
+std::vector<raw_message> split_mailbox(const std::string& path, std::string_view text) {
     constexpr std::string_view separator = "From ";
-    std::size_t count = 0;
+    std::vector<raw_message> messages;
     const char* begin = nullptr;  // of the message being read
     const char* end = nullptr;    // of what is read of it, less an empty line that comes last
     const auto hand_over = [&] {
         if (begin == nullptr) return;
-        const std::string name = path + "#" + std::to_string(++count);
-        take({name, {begin, static_cast<std::size_t>(end - begin)}});
+        messages.push_back({path + "#" + std::to_string(messages.size() + 1),
+                            {begin, static_cast<std::size_t>(end - begin)}});
     };
 
     bool after_empty_line = true;
@@ -95,6 +94,7 @@ void split_mailbox(const std::string& path, std::string_view text,
         end = after_empty_line ? line.data() : next;
     }
     hand_over();
+    return messages;
 }
 
 std::string read_input(const std::string& path) {
@@ -118,8 +118,8 @@ std::vector<input> find_inputs(const std::vector<std::string>& paths) {
     return found;
 }
 
-std::string for_each_message(const input& source, file_format format,
-                             const std::function<void(const raw_message&)>& take) {
+std::string with_messages(const input& source, file_format format,
+                          const std::function<void(const std::vector<raw_message>&)>& take) {
     if (!source.error.empty()) return source.error;
     std::string text;
     try {
@@ -129,12 +129,16 @@ std::string for_each_message(const input& source, file_format format,
     } catch (const std::bad_alloc&) {
         return "too large for the memory of this machine";
     }
-    if (format == file_format::mailbox) {
-        split_mailbox(source.path, text, take);
-    } else {
-        take({source.path, text});
-    }
+    take(format == file_format::mailbox ? split_mailbox(source.path, text)
+                                        : std::vector<raw_message>{{source.path, text}});
     return {};
+}
+
+std::string for_each_message(const input& source, file_format format,
+                             const std::function<void(const raw_message&)>& take) {
+    return with_messages(source, format, [&](const std::vector<raw_message>& messages) {
+        for (const raw_message& each : messages) take(each);
+    });
 }
 
 std::string fault_as_json(const std::string& path, const input_fault& fault) {

@@ -22,15 +22,20 @@ struct input {
 std::vector<input> find_inputs(const std::vector<std::string>& paths);
 
 struct raw_message {
-    std::string_view name;  // the path, and in a mailbox "#" and the number of the message
+    std::string name;  // the path, and in a mailbox "#" and the number of the message
     std::string_view text;
 };
 
 enum class file_format { one_message, mailbox };
 
-// Reads an input and hands over its messages. Returns what went wrong, empty where nothing did.
-// A mailbox is split at lines that begin with "From " at its start or behind an empty line
-// (RFC 4155); those lines and the empty ones before them belong to no message.
+// Reads an input and hands over all its messages, which are good as long as `take` runs. Returns
+// what went wrong, empty where nothing did. A mailbox is split at lines that begin with "From " at
+// its start or behind an empty line (RFC 4155); those lines and the empty ones before them belong
+// to no message.
+std::string with_messages(const input& source, file_format format,
+                          const std::function<void(const std::vector<raw_message>&)>& take);
+
+// The same, one message after the other.
 std::string for_each_message(const input& source, file_format format,
                              const std::function<void(const raw_message&)>& take);
 

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <string_view>
+#include <utility>
 
 #include "analysis/filter_engine.h"
 #include "cli/console.h"
@@ -27,6 +29,7 @@ namespace {
 
 constexpr unsigned most_jobs = 256;
 
+// A file that holds one message, or a message of a mailbox.
 struct scored_input {
     std::string lines;  // for standard output
     std::string error;  // for standard error; empty: the input was read
@@ -143,27 +146,82 @@ std::string explanation(const verdict& reached) {
     return lines;
 }
 
-scored_input score_input(const input& source, const score_options& options) {
+void score_into(scored_input& scored, const raw_message& message, const score_options& options) {
     const auto when = options.rescan ? analysis::occasion::again : analysis::occasion::first;
-    const auto format = options.mailbox ? file_format::mailbox : file_format::one_message;
-    scored_input scored;
-    scored.error = for_each_message(source, format, [&](const raw_message& message) {
-        if (interrupted()) return;
-        const verdict reached = score_message(message.text, when);
-        const std::uint16_t threshold = threshold_for(reached);
-        if (reached.rating >= threshold) scored.reached_threshold = true;
-        scored.lines += options.json ? json_line(message.name, reached, threshold)
-                                     : text_line(message.name, reached);
-        if (options.explain && !options.json) scored.lines += explanation(reached);
-    });
-    if (!scored.error.empty() && options.json) {
-        scored.lines += json_error_line(source.path, scored.error);
-    }
-    if (!scored.error.empty()) {
-        scored.error = "cannot read '" + printable(source.path) + "': " + scored.error;
-    }
-    return scored;
+    const verdict reached = score_message(message.text, when);
+    const std::uint16_t threshold = threshold_for(reached);
+    if (reached.rating >= threshold) scored.reached_threshold = true;
+    scored.lines += options.json ? json_line(message.name, reached, threshold)
+                                 : text_line(message.name, reached);
+    if (options.explain && !options.json) scored.lines += explanation(reached);
 }
+
+// What is printed for all inputs, some messages at a time.
+class score_run {
+public:
+    explicit score_run(const score_options& options) : options_(options) {}
+
+    void rate_files(const std::vector<input>& files) {
+        run(files.size(), [&](std::size_t index) {
+            scored_input scored;
+            scored.error = for_each_message(
+                files[index], file_format::one_message,
+                [&](const raw_message& message) { score_into(scored, message, options_); });
+            if (!scored.error.empty()) tell_unread(files[index], scored);
+            return scored;
+        });
+    }
+
+    void rate_mailbox(const input& file) {
+        scored_input unread;
+        unread.error = with_messages(file, file_format::mailbox, [&](const auto& messages) {
+            run(messages.size(), [&](std::size_t index) {
+                scored_input scored;
+                score_into(scored, messages[index], options_);
+                return scored;
+            });
+        });
+        if (unread.error.empty()) return;
+        tell_unread(file, unread);
+        deliver(unread);
+    }
+
+    int exit_code() const {
+        if (interrupted()) return exit_interrupted;
+        if (has_errors_) return exit_bad_input;
+        return options_.check && reached_threshold_ ? exit_at_threshold : exit_done;
+    }
+
+private:
+    void run(std::size_t count, std::function<scored_input(std::size_t)> rate) {
+        progress shown(count);
+        const auto deliver_one = [&](const scored_input& scored) {
+            deliver(scored);
+            shown.advance();
+        };
+        ordered_work<scored_input>(std::move(rate), deliver_one, interrupted)
+            .run(count, options_.jobs);
+    }
+
+    void tell_unread(const input& file, scored_input& scored) const {
+        if (options_.json) scored.lines += json_error_line(file.path, scored.error);
+        scored.error = "cannot read '" + printable(file.path) + "': " + scored.error;
+    }
+
+    void deliver(const scored_input& scored) {
+        print(scored.lines);
+        if (!scored.error.empty()) {
+            flush_output();
+            complain(scored.error);
+            has_errors_ = true;
+        }
+        reached_threshold_ = reached_threshold_ || scored.reached_threshold;
+    }
+
+    const score_options& options_;
+    bool has_errors_ = false;
+    bool reached_threshold_ = false;
+};
 
 }  // namespace
 
@@ -189,27 +247,17 @@ CLI::App* add_score(CLI::App& program, score_options& options) {
 int run_score(const score_options& options) {
     module::instance().load(module::armed_by::program);
     const std::vector<input> inputs = find_inputs(options.paths);
-    bool has_errors = false;
-    bool reached_threshold = false;
-    progress shown(inputs.size());
-    ordered_work<scored_input> work(
-        [&](std::size_t index) { return score_input(inputs[index], options); },
-        [&](const scored_input& scored) {
-            print(scored.lines);
-            if (!scored.error.empty()) {
-                flush_output();
-                complain(scored.error);
-                has_errors = true;
-            }
-            reached_threshold = reached_threshold || scored.reached_threshold;
-            shown.advance();
-        },
-        interrupted);
-    work.run(inputs.size(), options.jobs);
+    score_run run(options);
+    if (options.mailbox) {
+        for (const input& each : inputs) {
+            if (interrupted()) break;
+            run.rate_mailbox(each);
+        }
+    } else {
+        run.rate_files(inputs);
+    }
     flush_output();
-    if (interrupted()) return exit_interrupted;
-    if (has_errors) return exit_bad_input;
-    return options.check && reached_threshold ? exit_at_threshold : exit_done;
+    return run.exit_code();
 }
 
 }  // namespace brindlemoss::cli

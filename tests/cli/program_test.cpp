@@ -97,6 +97,13 @@ TEST(program, takes_folders_mailboxes_and_standard_input) {
                 scored(box + "#1", 100, "virus") + scored(box + "#2", 70, "broken_header"));
     expect_done(run_program({"score", "--json", "--mbox", "-"}, mailbox),
                 scored("-#1", 100, "virus") + scored("-#2", 70, "broken_header"));
+    const string missing = folder.path("missing");
+    const program_result others = run_program({"score", "--json", "--mbox", box, missing, box});
+    const string both = scored(box + "#1", 100, "virus") + scored(box + "#2", 70, "broken_header");
+    EXPECT_EQ(others.out, both + R"({"file":")" + missing +
+                              R"(","error":"No such file or directory"})" + "\n" + both);
+    EXPECT_EQ(others.code, 2);
+    EXPECT_THAT(others.err, HasSubstr("cannot read '" + missing + "'"));
 }
 
 TEST(program, file_names_that_are_no_utf8) {
@@ -118,17 +125,21 @@ TEST(program, many_jobs_print_the_lines_of_one) {
         const char* decision;
     } kinds[] = {{infected, 100, "virus"}, {broken, 70, "broken_header"}, {faulty, 0, "error"}};
     const temporary_folder folder;
-    string expected;
+    string expected, expected_of_box, mailbox;
     for (int i = 0; i < 600; ++i) {
         const auto& kind = kinds[i % 3];
         // Large ones between small ones, so that the jobs finish out of order.
         const string padding(i % 7 == 0 ? 300'000 : 10, '\n');
         const string path = folder.file("in/" + std::to_string(1000 + i), kind.raw + padding);
         expected += scored(path, kind.rating, kind.decision);
+        mailbox.append("From x\n").append(kind.raw).append(padding).append("\n");
+        expected_of_box += scored("-#" + std::to_string(i + 1), kind.rating, kind.decision);
     }
     for (const char* jobs : {"1", "4", "256"}) {
         SCOPED_TRACE(jobs);
         expect_done(run_program({"score", "--json", "--jobs", jobs, folder.path("in")}), expected);
+        expect_done(run_program({"score", "--json", "--mbox", "--jobs", jobs, "-"}, mailbox),
+                    expected_of_box);
         const program_result closed =
             run_program({"score", "--jobs", jobs, folder.path("in")}, {}, output::closed_pipe);
         EXPECT_EQ(closed.code, 2);
