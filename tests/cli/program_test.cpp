@@ -138,13 +138,13 @@ TEST(program, many_jobs_print_the_lines_of_one) {
     for (const char* jobs : {"1", "4", "256"}) {
         SCOPED_TRACE(jobs);
         expect_done(run_program({"score", "--json", "--jobs", jobs, folder.path("in")}), expected);
-        expect_done(run_program({"score", "--json", "--mbox", "--jobs", jobs, "-"}, mailbox),
-                    expected_of_box);
         const program_result closed =
             run_program({"score", "--jobs", jobs, folder.path("in")}, {}, output::closed_pipe);
         EXPECT_EQ(closed.code, 2);
         expect_one_line(closed.err);
     }
+    expect_done(run_program({"score", "--json", "--mbox", "--jobs", "4", "-"}, mailbox),
+                expected_of_box);
 }
 
 TEST(program, unreadable_inputs_are_named_and_the_others_done) {
