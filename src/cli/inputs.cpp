@@ -69,15 +69,13 @@ void walk_folder(const fs::path& top, std::vector<input>& found) {
     }
 }
 
-std::vector<raw_message> split_mailbox(const std::string& path, std::string_view text) {
+std::vector<std::string_view> split_mailbox(std::string_view text) {
     constexpr std::string_view separator = "From ";
-    std::vector<raw_message> messages;
+    std::vector<std::string_view> messages;
     const char* begin = nullptr;  // of the message being read
     const char* end = nullptr;    // of what is read of it, less an empty line that comes last
     const auto hand_over = [&] {
-        if (begin == nullptr) return;
-        messages.push_back({path + "#" + std::to_string(messages.size() + 1),
-                            {begin, static_cast<std::size_t>(end - begin)}});
+        if (begin != nullptr) messages.emplace_back(begin, static_cast<std::size_t>(end - begin));
     };
 
     bool after_empty_line = true;
@@ -119,7 +117,7 @@ std::vector<input> find_inputs(const std::vector<std::string>& paths) {
 }
 
 std::string with_messages(const input& source, file_format format,
-                          const std::function<void(const std::vector<raw_message>&)>& take) {
+                          const std::function<void(const std::vector<std::string_view>&)>& take) {
     if (!source.error.empty()) return source.error;
     std::string text;
     try {
@@ -129,15 +127,22 @@ std::string with_messages(const input& source, file_format format,
     } catch (const std::bad_alloc&) {
         return "too large for the memory of this machine";
     }
-    take(format == file_format::mailbox ? split_mailbox(source.path, text)
-                                        : std::vector<raw_message>{{source.path, text}});
+    take(format == file_format::mailbox ? split_mailbox(text)
+                                        : std::vector<std::string_view>{text});
     return {};
+}
+
+std::string name_of(const input& source, file_format format, std::size_t place) {
+    if (format == file_format::one_message) return source.path;
+    return source.path + "#" + std::to_string(place + 1);
 }
 
 std::string for_each_message(const input& source, file_format format,
                              const std::function<void(const raw_message&)>& take) {
-    return with_messages(source, format, [&](const std::vector<raw_message>& messages) {
-        for (const raw_message& each : messages) take(each);
+    return with_messages(source, format, [&](const std::vector<std::string_view>& messages) {
+        for (std::size_t place = 0; place < messages.size(); ++place) {
+            take({name_of(source, format, place), messages[place]});
+        }
     });
 }
 

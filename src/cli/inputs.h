@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -21,21 +22,24 @@ struct input {
 // links. A link that leads nowhere is an input like any other, to be told of.
 std::vector<input> find_inputs(const std::vector<std::string>& paths);
 
+enum class file_format { one_message, mailbox };
+
+// Reads an input and hands over the texts of all its messages, which are good as long as `take`
+// runs. Returns what went wrong, empty where nothing did. A mailbox is split at lines that begin
+// with "From " at its start or behind an empty line (RFC 4155); those lines and the empty ones
+// before them belong to no message.
+std::string with_messages(const input& source, file_format format,
+                          const std::function<void(const std::vector<std::string_view>&)>& take);
+
+// What the message at a place in an input is called: the path, and in a mailbox "#" and its number.
+std::string name_of(const input& source, file_format format, std::size_t place);
+
 struct raw_message {
-    std::string name;  // the path, and in a mailbox "#" and the number of the message
+    std::string_view name;
     std::string_view text;
 };
 
-enum class file_format { one_message, mailbox };
-
-// Reads an input and hands over all its messages, which are good as long as `take` runs. Returns
-// what went wrong, empty where nothing did. A mailbox is split at lines that begin with "From " at
-// its start or behind an empty line (RFC 4155); those lines and the empty ones before them belong
-// to no message.
-std::string with_messages(const input& source, file_format format,
-                          const std::function<void(const std::vector<raw_message>&)>& take);
-
-// The same, one message after the other.
+// As with_messages(), one message after the other.
 std::string for_each_message(const input& source, file_format format,
                              const std::function<void(const raw_message&)>& take);
 

@@ -174,13 +174,15 @@ public:
 
     void rate_mailbox(const input& file) {
         scored_input unread;
-        unread.error = with_messages(file, file_format::mailbox, [&](const auto& messages) {
-            run(messages.size(), [&](std::size_t index) {
-                scored_input scored;
-                score_into(scored, messages[index], options_);
-                return scored;
+        unread.error = with_messages(
+            file, file_format::mailbox, [&](const std::vector<std::string_view>& messages) {
+                run(messages.size(), [&](std::size_t index) {
+                    scored_input scored;
+                    const std::string name = name_of(file, file_format::mailbox, index);
+                    score_into(scored, {name, messages[index]}, options_);
+                    return scored;
+                });
             });
-        });
         if (unread.error.empty()) return;
         tell_unread(file, unread);
         deliver(unread);

@@ -86,7 +86,7 @@ TEST(inputs, mailbox) {
         }
         texts messages;
         const auto take = [&](const raw_message& message) {
-            messages.push_back(message.name + escaped(message.text));
+            messages.push_back(string(message.name) + escaped(message.text));
         };
         EXPECT_EQ(for_each_message({path, {}}, file_format::mailbox, take), "");
         EXPECT_EQ(messages, expected);
