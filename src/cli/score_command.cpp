@@ -7,7 +7,6 @@
 #include <exception>
 #include <functional>
 #include <string_view>
-#include <utility>
 
 #include "analysis/filter_engine.h"
 #include "cli/console.h"
@@ -195,14 +194,13 @@ public:
     }
 
 private:
-    void run(std::size_t count, std::function<scored_input(std::size_t)> rate) {
+    void run(std::size_t count, const std::function<scored_input(std::size_t)>& rate) {
         progress shown(count);
         const auto deliver_one = [&](const scored_input& scored) {
             deliver(scored);
             shown.advance();
         };
-        ordered_work<scored_input>(std::move(rate), deliver_one, interrupted)
-            .run(count, options_.jobs);
+        ordered_work<scored_input>(rate, deliver_one, interrupted).run(count, options_.jobs);
     }
 
     void tell_unread(const input& file, scored_input& scored) const {
