@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <optional>
 #include <string_view>
 
 #include "account/document_fetch.h"
@@ -89,7 +90,7 @@ CLI::App* add_footer(CLI::App& program, footer_options& options) {
 
 int run_footer(const footer_options& options) {
     module::instance().load(module::armed_by::program);
-    const auto add_and_print = [&](const raw_message& message) {
+    const auto add_and_print = [&](const raw_message& message) -> std::optional<input_fault> {
         std::string with_footer;
         const std::string reason = why_not_added(message.text, with_footer);
         print_message(message.name, reason.empty() ? with_footer : message.text, reason, options);
@@ -97,14 +98,10 @@ int run_footer(const footer_options& options) {
         if (!reason.empty()) {
             complain("no footer in '" + printable(message.name) + "': " + printable(reason));
         }
+        return std::nullopt;
     };
-    const std::string error =
-        for_each_message({options.path, {}}, file_format::one_message, add_and_print);
-    if (error.empty()) return exit_done;
-    if (options.json) print(json_error_line(options.path, error));
-    flush_output();
-    complain("cannot read '" + printable(options.path) + "': " + error);
-    return exit_bad_input;
+    return for_each_input(std::vector<input>{{options.path, {}}}, add_and_print,
+                          options.json ? fault_as_json : nullptr);
 }
 
 }  // namespace brindlemoss::cli

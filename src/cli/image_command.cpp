@@ -2,8 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
-#include <cstring>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string_view>

@@ -120,15 +120,20 @@ std::string with_messages(const input& source, file_format format,
                           const std::function<void(const std::vector<std::string_view>&)>& take) {
     if (!source.error.empty()) return source.error;
     std::string text;
+    std::vector<std::string_view> messages;
     try {
         text = read_input(source.path);
+        if (format == file_format::mailbox) {
+            messages = split_mailbox(text);
+        } else {
+            messages.push_back(text);
+        }
     } catch (const replay::platform::file_error& error) {
         return error.code().message();
     } catch (const std::bad_alloc&) {
         return "too large for the memory of this machine";
     }
-    take(format == file_format::mailbox ? split_mailbox(text)
-                                        : std::vector<std::string_view>{text});
+    take(messages);
     return {};
 }
 
@@ -150,6 +155,11 @@ std::string fault_as_json(const std::string& path, const input_fault& fault) {
     return json_error_line(path, fault.what);
 }
 
+std::string fault_as_text(const std::string& path, const input_fault& fault) {
+    const std::string& what = fault.what.empty() ? fault.exception : fault.what;
+    return "cannot read '" + printable(path) + "': " + printable(what);
+}
+
 int for_each_input(const std::vector<input>& inputs,
                    const std::function<std::optional<input_fault>(const raw_message&)>& take,
                    std::string (*as_json)(const std::string& path, const input_fault& fault)) {
@@ -167,8 +177,7 @@ int for_each_input(const std::vector<input>& inputs,
         code = exit_bad_input;
         if (as_json != nullptr) print(as_json(source.path, *fault));
         flush_output();
-        const std::string& what = fault->what.empty() ? fault->exception : fault->what;
-        complain("cannot read '" + printable(source.path) + "': " + printable(what));
+        complain(fault_as_text(source.path, *fault));
     }
     flush_output();
     return code;

@@ -27,7 +27,7 @@ enum class file_format { one_message, mailbox };
 // Reads an input and hands over the texts of all its messages, which are good as long as `take`
 // runs. Returns what went wrong, empty where nothing did. A mailbox is split at lines that begin
 // with "From " at its start or behind an empty line (RFC 4155); those lines and the empty ones
-// before them belong to no message.
+// before them belong to no message. Throws what `take` throws.
 std::string with_messages(const input& source, file_format format,
                           const std::function<void(const std::vector<std::string_view>&)>& take);
 
@@ -48,8 +48,9 @@ struct input_fault {
     std::string exception = "generic";  // the name of its class
 };
 
-// The JSON line of most commands for an input with a fault.
+// The lines of most commands for an input with a fault: of JSON, and for people.
 std::string fault_as_json(const std::string& path, const input_fault& fault);
+std::string fault_as_text(const std::string& path, const input_fault& fault);
 
 // Hands over the one message of each input, in their order, with the progress on a terminal, until
 // all are taken or the user interrupts. What cannot be read, and what `take` gives as wrong, is

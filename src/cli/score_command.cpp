@@ -163,17 +163,15 @@ public:
     void rate_files(const std::vector<input>& files) {
         run(files.size(), [&](std::size_t index) {
             scored_input scored;
-            scored.error = for_each_message(
+            const std::string error = for_each_message(
                 files[index], file_format::one_message,
                 [&](const raw_message& message) { score_into(scored, message, options_); });
-            if (!scored.error.empty()) tell_unread(files[index], scored);
-            return scored;
+            return error.empty() ? scored : unread(files[index], error);
         });
     }
 
     void rate_mailbox(const input& file) {
-        scored_input unread;
-        unread.error = with_messages(
+        const std::string error = with_messages(
             file, file_format::mailbox, [&](const std::vector<std::string_view>& messages) {
                 run(messages.size(), [&](std::size_t index) {
                     scored_input scored;
@@ -182,9 +180,7 @@ public:
                     return scored;
                 });
             });
-        if (unread.error.empty()) return;
-        tell_unread(file, unread);
-        deliver(unread);
+        if (!error.empty()) deliver(unread(file, error));
     }
 
     int exit_code() const {
@@ -203,9 +199,12 @@ private:
         ordered_work<scored_input>(rate, deliver_one, interrupted).run(count, options_.jobs);
     }
 
-    void tell_unread(const input& file, scored_input& scored) const {
-        if (options_.json) scored.lines += json_error_line(file.path, scored.error);
-        scored.error = "cannot read '" + printable(file.path) + "': " + scored.error;
+    scored_input unread(const input& file, const std::string& error) const {
+        const input_fault fault{error};
+        scored_input told;
+        if (options_.json) told.lines = fault_as_json(file.path, fault);
+        told.error = fault_as_text(file.path, fault);
+        return told;
     }
 
     void deliver(const scored_input& scored) {

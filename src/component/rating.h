@@ -10,7 +10,7 @@ namespace brindlemoss::component {
 // time. 0 after a fault, which the log tells.
 std::int32_t rate(std::string_view raw, bool orphan) noexcept;
 
-// Writes a fault that let a message pass to the filter's log.
+// Tells the filter's log of a fault for which a message passes. Any thread may call it.
 void log_unhandled(const std::exception& error) noexcept;
 
 }  // namespace brindlemoss::component
